@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <memory>
+
+namespace tessoly {
+namespace platform {
+struct Platform;
+}
+class CleanupHistoryModel;
+class CleanupHistoryStore;
+class DiskScanner;
+class OnboardingState;
+class SettingsStore;
+
+// The owner of the service graph: builds every long-lived service once, in
+// a fixed order, and hands each the collaborators it needs. The window and
+// the command line both run on one of these.
+class TessolyApp : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(tessoly::DiskScanner *scanner READ scanner CONSTANT)
+    Q_PROPERTY(tessoly::OnboardingState *onboarding READ onboarding CONSTANT)
+    Q_PROPERTY(tessoly::SettingsStore *settings READ settings CONSTANT)
+    Q_PROPERTY(tessoly::CleanupHistoryModel *history READ historyModel CONSTANT)
+    Q_PROPERTY(QString homePath READ homePath CONSTANT)
+
+public:
+    // The history is the process-wide log unless a store is given (tests).
+    explicit TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHistoryStore *history = nullptr,
+                        QObject *parent = nullptr);
+    ~TessolyApp() override;
+
+    [[nodiscard]] platform::Platform &platform() const { return *m_platform; }
+    [[nodiscard]] DiskScanner *scanner() const { return m_scanner; }
+    [[nodiscard]] OnboardingState *onboarding() const { return m_onboarding; }
+    [[nodiscard]] SettingsStore *settings() const { return m_settings; }
+    [[nodiscard]] CleanupHistoryStore &history() const { return *m_history; }
+    [[nodiscard]] CleanupHistoryModel *historyModel() const { return m_historyModel; }
+    [[nodiscard]] QString homePath() const;
+
+    // The window's start task: fresh figures, then the tour on first launch.
+    Q_INVOKABLE void start();
+    Q_INVOKABLE void reveal(const QString &path);
+
+private:
+    std::unique_ptr<platform::Platform> m_platform;
+    CleanupHistoryStore *m_history = nullptr;
+    // Services, in construction order; all are children of this object.
+    DiskScanner *m_scanner = nullptr;
+    OnboardingState *m_onboarding = nullptr;
+    SettingsStore *m_settings = nullptr;
+    CleanupHistoryModel *m_historyModel = nullptr;
+};
+
+} // namespace tessoly

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <filesystem>
+
+namespace tessoly::platform {
+
+// Replaces target with data so that a crash leaves either the old or the new
+// file: a temporary file in the same folder is written, synced and checked,
+// renamed over the target, and the folder is synced. Returns an empty string
+// on success, otherwise what went wrong in words; the old file is then intact.
+[[nodiscard]] QString writeFileAtomically(const std::filesystem::path &target, const QByteArray &data);
+
+// Reads a whole file; nullopt-like empty result with ok=false when unreadable.
+struct FileContents {
+    bool ok = false;
+    bool missing = false;
+    QByteArray data;
+};
+[[nodiscard]] FileContents readWholeFile(const std::filesystem::path &path);
+
+// errno in words, for messages.
+[[nodiscard]] QString errorText(int error);
+
+} // namespace tessoly::platform

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/DefaultsStore.h"
+#include "platform/Locations.h"
+#include "platform/ProcessRunner.h"
+#include "platform/Revealer.h"
+#include "platform/Trash.h"
+#include "platform/VolumeInfo.h"
+
+#include <memory>
+
+namespace tessoly::platform {
+
+// The operations the system needs from the OS, one owned implementation
+// each. The application builds one of these at start; tests fill it with
+// fakes where a real implementation can't be driven.
+struct Platform {
+    std::unique_ptr<Locations> locations;
+    std::unique_ptr<DefaultsStore> defaults;
+    std::unique_ptr<VolumeInfo> volumes;
+    std::unique_ptr<Trash> trash;
+    std::unique_ptr<Revealer> revealer;
+    std::unique_ptr<ProcessRunner> processes;
+};
+
+// The Linux implementations, rooted at the locations the environment gives.
+[[nodiscard]] std::unique_ptr<Platform> makeLinuxPlatform();
+
+} // namespace tessoly::platform

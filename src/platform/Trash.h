@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <filesystem>
+
+namespace tessoly::platform {
+
+// Where an item landed in the Trash, or why it couldn't go there (and then
+// the item is still where it was).
+struct TrashOutcome {
+    std::filesystem::path trashedPath;
+    QString error;
+    [[nodiscard]] bool ok() const { return error.isEmpty(); }
+};
+
+class Trash {
+public:
+    virtual ~Trash() = default;
+    [[nodiscard]] virtual TrashOutcome trashItem(const std::filesystem::path &item) = 0;
+    // Called after an item was moved back out of the Trash by its path:
+    // drops the Trash's own record of it.
+    virtual void forgetTrashedItem(const std::filesystem::path &trashedPath) = 0;
+    // The folder whose contents the user sees as the Trash.
+    [[nodiscard]] virtual std::filesystem::path homeTrashFiles() const = 0;
+};
+
+} // namespace tessoly::platform

@@ -1,0 +1,84 @@
+#include "platform/linux/LinuxPlatform.h"
+
+#include "platform/linux/FreedesktopTrash.h"
+#include "platform/linux/JsonDefaultsStore.h"
+#include "platform/linux/LinuxLocations.h"
+
+#include <QCoroDBus>
+#include <QCoroProcess>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QFile>
+#include <QProcess>
+#include <QUrl>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace tessoly::platform {
+
+std::optional<VolumeAttributes> StatvfsVolumeInfo::attributesOfFileSystem(const std::filesystem::path &path) const
+{
+    struct statvfs st{};
+    if (::statvfs(path.c_str(), &st) != 0)
+        return std::nullopt;
+    const auto fragment = static_cast<qint64>(st.f_frsize);
+    return VolumeAttributes{static_cast<qint64>(st.f_blocks) * fragment, static_cast<qint64>(st.f_bavail) * fragment};
+}
+
+namespace {
+
+QCoro::Task<void> showItems(std::filesystem::path item)
+{
+    const QString url = QUrl::fromLocalFile(QFile::decodeName(item.c_str())).toString(QUrl::FullyEncoded);
+    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
+                                                       QStringLiteral("/org/freedesktop/FileManager1"),
+                                                       QStringLiteral("org.freedesktop.FileManager1"),
+                                                       QStringLiteral("ShowItems"));
+    call << QStringList{url} << QString();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bool shown = false;
+    if (bus.isConnected()) {
+        const QDBusMessage reply = co_await bus.asyncCall(call, 5000);
+        shown = reply.type() == QDBusMessage::ReplyMessage;
+    }
+    if (!shown)
+        QProcess::startDetached(QStringLiteral("xdg-open"), {QFile::decodeName(item.parent_path().c_str())});
+}
+
+} // namespace
+
+void FileManagerRevealer::reveal(const std::filesystem::path &item)
+{
+    showItems(item);
+}
+
+QCoro::Task<ProcessOutput> QtProcessRunner::run(std::filesystem::path program, QStringList arguments)
+{
+    QProcess process;
+    process.setProgram(QFile::decodeName(program.c_str()));
+    process.setArguments(arguments);
+    ProcessOutput output;
+    output.started = co_await qCoro(process).start();
+    if (!output.started)
+        co_return output;
+    co_await qCoro(process).waitForFinished(-1);
+    output.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    output.standardOutput = process.readAllStandardOutput();
+    output.standardError = process.readAllStandardError();
+    co_return output;
+}
+
+std::unique_ptr<Platform> makeLinuxPlatform()
+{
+    auto platform = std::make_unique<Platform>();
+    auto locations = std::make_unique<LinuxLocations>();
+    platform->defaults = std::make_unique<JsonDefaultsStore>(locations->preferences() / "defaults.json");
+    platform->trash = std::make_unique<FreedesktopTrash>(LinuxLocations::dataHome() / "Trash", ::getuid());
+    platform->locations = std::move(locations);
+    platform->volumes = std::make_unique<StatvfsVolumeInfo>();
+    platform->revealer = std::make_unique<FileManagerRevealer>();
+    platform->processes = std::make_unique<QtProcessRunner>();
+    return platform;
+}
+
+} // namespace tessoly::platform

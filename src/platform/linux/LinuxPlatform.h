@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/Platform.h"
+
+namespace tessoly::platform {
+
+// Volume figures from statvfs: capacity f_blocks*f_frsize, free f_bavail*f_frsize.
+class StatvfsVolumeInfo final : public VolumeInfo {
+public:
+    [[nodiscard]] std::optional<VolumeAttributes> attributesOfFileSystem(const std::filesystem::path &path) const override;
+};
+
+// org.freedesktop.FileManager1.ShowItems over the session bus, falling back
+// to opening the parent folder with xdg-open.
+class FileManagerRevealer final : public Revealer {
+public:
+    void reveal(const std::filesystem::path &item) override;
+};
+
+// QProcess with an argument vector; output read after exit.
+class QtProcessRunner final : public ProcessRunner {
+public:
+    [[nodiscard]] QCoro::Task<ProcessOutput> run(std::filesystem::path program, QStringList arguments) override;
+};
+
+} // namespace tessoly::platform
