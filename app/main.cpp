@@ -1,1 +1,59 @@
-int main(){}
+// The tessoly executable: the window without arguments, the command line with them.
+#include "ui/Services.h"
+#include "core/CommandLine.h"
+#include "core/TessolyApp.h"
+#include "platform/Platform.h"
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QQmlApplicationEngine>
+#include <QQmlExtensionPlugin>
+#include <QQuickStyle>
+#include <QTimer>
+
+Q_IMPORT_QML_PLUGIN(TessolyPlugin)
+
+namespace {
+
+int runCommandLine(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Tessoly"));
+    tessoly::TessolyApp app(tessoly::platform::makeLinuxPlatform());
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    tessoly::CommandLine commandLine(app, out, err);
+    return commandLine.run(QCoreApplication::arguments().mid(1));
+}
+
+int runWindow(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Tessoly"));
+    QApplication::setOrganizationDomain(QStringLiteral("tessoly.com"));
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    tessoly::registerBundledFonts();
+
+    tessoly::TessolyApp app(tessoly::platform::makeLinuxPlatform());
+    tessoly::Services::install(app);
+
+    QQmlApplicationEngine engine;
+    QObject::connect(
+        &engine, &QQmlApplicationEngine::objectCreationFailed, &application,
+        [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Tessoly/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+    // The window's start task runs once the event loop is up.
+    QTimer::singleShot(0, &app, &tessoly::TessolyApp::start);
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc > 1)
+        return runCommandLine(argc, argv);
+    return runWindow(argc, argv);
+}

@@ -1,0 +1,55 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Tessoly
+
+// The app's button: "primary" (gradient), "secondary" (outlined) or "destructive".
+Button {
+    id: control
+    property string kind: "secondary"
+    property string iconName: ""
+
+    font.family: Theme.fontFamily
+    font.pixelSize: Theme.bodySize
+    font.weight: Font.DemiBold
+    leftPadding: 14
+    rightPadding: 14
+    topPadding: 8
+    bottomPadding: 8
+    hoverEnabled: true
+
+    contentItem: Row {
+        spacing: 6
+        Icon {
+            visible: control.iconName !== ""
+            name: control.iconName
+            size: 16
+            color: label.color
+            anchors.verticalCenter: parent.verticalCenter
+        }
+        Text {
+            id: label
+            text: control.text
+            font: control.font
+            anchors.verticalCenter: parent.verticalCenter
+            color: control.kind === "primary" ? "white"
+                 : control.kind === "destructive" ? Theme.red : Theme.text
+            opacity: control.enabled ? 1 : 0.45
+        }
+    }
+    background: Rectangle {
+        implicitHeight: 34
+        radius: Theme.smallRadius
+        border.width: control.kind === "primary" ? 0 : 1
+        border.color: control.kind === "destructive" ? Qt.rgba(Theme.red.r, Theme.red.g, Theme.red.b, 0.4) : Theme.hairline
+        color: control.kind === "primary" ? "transparent"
+             : control.down ? Theme.track : control.hovered ? Theme.selection : Theme.card
+        gradient: control.kind === "primary" ? primaryGradient : null
+        opacity: control.enabled ? (control.down ? 0.85 : 1) : 0.6
+        Gradient {
+            id: primaryGradient
+            orientation: Gradient.Horizontal
+            GradientStop { position: 0; color: Theme.indigo }
+            GradientStop { position: 1; color: Theme.violet }
+        }
+    }
+}

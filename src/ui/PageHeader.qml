@@ -1,0 +1,26 @@
+import QtQuick
+import QtQuick.Layouts
+import Tessoly
+
+// A screen's title and the line under it.
+ColumnLayout {
+    property string title
+    property string subtitle
+    spacing: 4
+    Text {
+        text: title
+        font.family: Theme.fontFamily
+        font.pixelSize: Theme.titleSize
+        font.weight: Font.Bold
+        color: Theme.text
+    }
+    Text {
+        Layout.fillWidth: true
+        visible: subtitle !== ""
+        text: subtitle
+        wrapMode: Text.WordWrap
+        font.family: Theme.fontFamily
+        font.pixelSize: Theme.bodySize
+        color: Theme.tertiaryText
+    }
+}

@@ -1,0 +1,86 @@
+#pragma once
+
+#include "analysis/DiskScanner.h"
+#include "cleaning/CleanupHistoryModel.h"
+#include "core/OnboardingState.h"
+#include "core/SettingsStore.h"
+#include "core/TessolyApp.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QtQml/qqml.h>
+
+class QQmlEngine;
+class QJSEngine;
+
+namespace tessoly {
+
+// The screens' way to the services that TessolyApp built. One instance,
+// made by install() and handed to the engine as the QML singleton.
+class Services : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(tessoly::DiskScanner *scanner READ scanner CONSTANT)
+    Q_PROPERTY(tessoly::OnboardingState *onboarding READ onboarding CONSTANT)
+    Q_PROPERTY(tessoly::SettingsStore *settings READ settings CONSTANT)
+    Q_PROPERTY(tessoly::CleanupHistoryModel *history READ history CONSTANT)
+    Q_PROPERTY(QString homePath READ homePath CONSTANT)
+
+public:
+    // Makes the instance the screens will see; owned by app.
+    static Services *install(TessolyApp &app);
+    static Services *create(QQmlEngine *engine, QJSEngine *scriptEngine);
+
+    [[nodiscard]] DiskScanner *scanner() const { return m_app->scanner(); }
+    [[nodiscard]] OnboardingState *onboarding() const { return m_app->onboarding(); }
+    [[nodiscard]] SettingsStore *settings() const { return m_app->settings(); }
+    [[nodiscard]] CleanupHistoryModel *history() const { return m_app->historyModel(); }
+    [[nodiscard]] QString homePath() const { return m_app->homePath(); }
+
+    Q_INVOKABLE void reveal(const QString &path) { m_app->reveal(path); }
+
+private:
+    explicit Services(TessolyApp &app);
+    QPointer<TessolyApp> m_app;
+};
+
+// Sizes and other numbers as every screen shows them.
+class Format : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    using QObject::QObject;
+    Q_INVOKABLE static QString bytes(qint64 bytes);
+    Q_INVOKABLE static QString sizeNumber(qint64 bytes);
+    Q_INVOKABLE static QString sizeUnit(qint64 bytes);
+};
+
+// Fonts bundled with the app (Inter for text, Material Icons for symbols).
+void registerBundledFonts();
+
+// Foreign registrations so that QML knows the services' types.
+struct DiskScannerForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::DiskScanner)
+    QML_ANONYMOUS
+};
+struct SettingsStoreForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::SettingsStore)
+    QML_ANONYMOUS
+};
+struct OnboardingStateForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::OnboardingState)
+    QML_ANONYMOUS
+};
+struct CleanupHistoryModelForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::CleanupHistoryModel)
+    QML_ANONYMOUS
+};
+
+} // namespace tessoly

@@ -1,0 +1,50 @@
+import QtQuick
+import QtQuick.Layouts
+import Tessoly
+
+// The full shell: the sidebar and the screen of the selected section.
+Item {
+    id: shell
+    objectName: "shell"
+    property string selection: "overview"
+
+    // The sections whose screens exist, in sidebar order.
+    readonly property var sections: [
+        { key: "overview", label: "Overview", icon: "sparkles.rectangle.stack" },
+        { key: "explore", label: "Explore", icon: "magnifyingglass" },
+        { key: "activity", label: "Activity", icon: "clock.arrow.circlepath" }
+    ]
+
+    Rectangle { // soft page gradient
+        anchors.fill: parent
+        gradient: Gradient {
+            GradientStop { position: 0; color: Theme.pageTint }
+            GradientStop { position: 0.45; color: Theme.page }
+            GradientStop { position: 1; color: Theme.page }
+        }
+    }
+
+    RowLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        Sidebar {
+            Layout.fillHeight: true
+            sections: shell.sections
+            selection: shell.selection
+            onSelected: section => shell.selection = section
+        }
+
+        StackLayout {
+            id: stack
+            objectName: "detail"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            currentIndex: shell.sections.findIndex(s => s.key === shell.selection)
+
+            OverviewView { objectName: "overviewView" }
+            ExploreView { objectName: "exploreView" }
+            ActivityView { objectName: "activityView" }
+        }
+    }
+}
