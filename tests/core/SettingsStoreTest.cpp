@@ -1,0 +1,147 @@
+#include "TestSupport.h"
+#include "core/AutoFrequency.h"
+#include "core/SettingsStore.h"
+#include "platform/linux/JsonDefaultsStore.h"
+
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+using namespace tessoly;
+using tessoly::test::TempHome;
+using tessoly::test::readFile;
+using tessoly::test::writeFile;
+
+namespace {
+
+struct Settings : ::testing::Test {
+    TempHome home;
+    std::filesystem::path file = home.defaultsFile();
+};
+
+} // namespace
+
+TEST_F(Settings, FreshInstallationReadsDefaultsAndWritesNothing)
+{
+    platform::JsonDefaultsStore defaults(file);
+    SettingsStore settings(defaults);
+    EXPECT_TRUE(settings.notificationsEnabled());
+    EXPECT_EQ(settings.lowDiskThresholdPercent(), 90);
+    EXPECT_FALSE(settings.notifyOnScanComplete());
+    EXPECT_EQ(settings.defaultExternalDriveName(), "");
+    EXPECT_EQ(settings.externalDriveMinFreeGB(), 10);
+    EXPECT_TRUE(settings.warnOnSlowExternalDrive());
+    EXPECT_FALSE(settings.deleteImmediately());
+    EXPECT_EQ(settings.interfaceMode(), "simple");
+    EXPECT_TRUE(settings.isSimpleMode());
+    EXPECT_FALSE(settings.autopilotEnabled());
+    EXPECT_EQ(settings.autopilotMinFreeGB(), 20);
+    EXPECT_FALSE(settings.autoCleanupEnabled());
+    EXPECT_EQ(settings.autoCleanupProfile(), "generalUser");
+    EXPECT_EQ(settings.autoCleanupFrequency(), "weekly");
+    EXPECT_TRUE(settings.animationsEnabled());
+    EXPECT_TRUE(settings.showMenubarIcon());
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(Settings, InstallationFromBeforeTheEasyScreenKeepsTheFullApp)
+{
+    {
+        platform::JsonDefaultsStore defaults(file);
+        defaults.set("TessolySettings.notificationsEnabled", true);
+    }
+    platform::JsonDefaultsStore defaults(file);
+    SettingsStore settings(defaults);
+    EXPECT_EQ(settings.interfaceMode(), "advanced");
+    EXPECT_FALSE(settings.isSimpleMode());
+}
+
+TEST_F(Settings, StoredFalseAndZeroAreRespectedAcrossRestarts)
+{
+    {
+        platform::JsonDefaultsStore defaults(file);
+        SettingsStore settings(defaults);
+        QSignalSpy spy(&settings, &SettingsStore::notificationsEnabledChanged);
+        settings.setNotificationsEnabled(false);
+        settings.setAutopilotMinFreeGB(0);
+        settings.setInterfaceMode("something else");
+        EXPECT_EQ(spy.count(), 1);
+    }
+    platform::JsonDefaultsStore defaults(file);
+    SettingsStore settings(defaults);
+    EXPECT_FALSE(settings.notificationsEnabled());
+    EXPECT_EQ(settings.autopilotMinFreeGB(), 0);
+    EXPECT_EQ(settings.interfaceMode(), "something else");
+    EXPECT_FALSE(settings.isSimpleMode()); // only the exact "simple" picks the Easy screen
+}
+
+TEST_F(Settings, UnknownFrequencyReadsWeekly)
+{
+    writeFile(file, R"({"TessolySettings.autoCleanupFrequency": {"string": "yearly"}})");
+    platform::JsonDefaultsStore defaults(file);
+    SettingsStore settings(defaults);
+    EXPECT_EQ(settings.autoCleanupFrequency(), "weekly");
+    EXPECT_EQ(autoFrequencyFromRaw("yearly"), AutoFrequency::Weekly);
+    EXPECT_EQ(label(AutoFrequency::Biweekly), "Every two weeks");
+    EXPECT_EQ(intervalSeconds(AutoFrequency::Monthly), 2592000);
+}
+
+TEST_F(Settings, WronglyTypedValuesReadAsDefaultsAndStayInPlace)
+{
+    const std::string content = R"({
+        "TessolySettings.notificationsEnabled": {"int": 0},
+        "TessolySettings.lowDiskThresholdPercent": {"string": "95"},
+        "TessolySettings.autopilotMinFreeGB": {"int": 2.5},
+        "TessolySettings.interfaceMode": {"bool": true},
+        "TessolySettings.showMenubarIcon": "false"
+    })";
+    writeFile(file, content);
+    platform::JsonDefaultsStore defaults(file);
+    SettingsStore settings(defaults);
+    EXPECT_TRUE(settings.notificationsEnabled());
+    EXPECT_EQ(settings.lowDiskThresholdPercent(), 90);
+    EXPECT_EQ(settings.autopilotMinFreeGB(), 20);
+    EXPECT_TRUE(settings.showMenubarIcon());
+    // The interface mode key is present (if unusable), so this is no upgrade: "simple".
+    EXPECT_EQ(settings.interfaceMode(), "simple");
+    EXPECT_EQ(readFile(file), content);
+}
+
+TEST_F(Settings, CorruptFileIsLeftAloneUntilAValueChanges)
+{
+    const std::string garbage = "{ this is not json";
+    writeFile(file, garbage);
+    {
+        platform::JsonDefaultsStore defaults(file);
+        SettingsStore settings(defaults);
+        EXPECT_EQ(settings.interfaceMode(), "simple");
+        EXPECT_EQ(readFile(file), garbage);
+        settings.setDeleteImmediately(true);
+    }
+    EXPECT_EQ(readFile(file.native() + ".corrupt"), garbage); // kept aside, not lost
+    platform::JsonDefaultsStore defaults(file);
+    SettingsStore settings(defaults);
+    EXPECT_TRUE(settings.deleteImmediately());
+}
+
+TEST_F(Settings, EveryValueTypeRoundTrips)
+{
+    {
+        platform::JsonDefaultsStore defaults(file);
+        defaults.set("b", true);
+        defaults.set("i", qint64(1) << 40);
+        defaults.set("d", 2.5);
+        defaults.set("s", QString("héllo"));
+        defaults.set("data", QByteArray("\x00\x01\xff", 3));
+        defaults.set("map", QVariantMap{{"k", QByteArray("v")}});
+    }
+    platform::JsonDefaultsStore defaults(file);
+    EXPECT_EQ(defaults.boolValue("b"), true);
+    EXPECT_EQ(defaults.integerValue("i"), qint64(1) << 40);
+    EXPECT_EQ(defaults.object("d")->toDouble(), 2.5);
+    EXPECT_EQ(defaults.stringValue("s"), QString("héllo"));
+    EXPECT_EQ(defaults.object("data")->toByteArray(), QByteArray("\x00\x01\xff", 3));
+    EXPECT_EQ(defaults.object("map")->toMap().value("k").toByteArray(), QByteArray("v"));
+    EXPECT_FALSE(defaults.boolValue("i").has_value());
+    EXPECT_TRUE(defaults.remove("b"));
+    EXPECT_FALSE(platform::JsonDefaultsStore(file).contains("b"));
+}

@@ -1,0 +1,187 @@
+#include "TestSupport.h"
+#include "core/PathText.h"
+#include "platform/linux/FreedesktopTrash.h"
+
+#include <QDir>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+using namespace tessoly;
+using namespace tessoly::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Trash : ::testing::Test {
+    TempHome home;
+    platform::FreedesktopTrash trash{home.trash(), ::getuid()};
+
+    [[nodiscard]] std::string infoFor(const fs::path &trashed) const
+    {
+        return readFile(trashed.parent_path().parent_path() / "info" / (trashed.filename().native() + ".trashinfo"));
+    }
+};
+
+// A small tmpfs mounted for one test, unmounted (lazily) at the end.
+struct TmpfsMount {
+    fs::path point;
+    bool mounted = false;
+    explicit TmpfsMount(const fs::path &where)
+        : point(where)
+    {
+        fs::create_directories(point);
+        mounted = ::mount("tmpfs", point.c_str(), "tmpfs", 0, "size=4m") == 0;
+    }
+    bool remountReadOnly() const
+    {
+        return ::mount(nullptr, point.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+    }
+    ~TmpfsMount()
+    {
+        if (mounted)
+            ::umount2(point.c_str(), MNT_DETACH);
+    }
+};
+
+} // namespace
+
+TEST_F(Trash, TrashCliListsAndRestoresWhatWeTrashed)
+{
+    const fs::path original = home.path() / "Documents/Quarterly report.txt";
+    writeFile(original, "numbers");
+
+    const auto outcome = trash.trashItem(original);
+    ASSERT_TRUE(outcome.ok()) << outcome.error.toStdString();
+    EXPECT_EQ(outcome.trashedPath, home.trash() / "files/Quarterly report.txt");
+    EXPECT_FALSE(fs::exists(original));
+    EXPECT_EQ(readFile(outcome.trashedPath), "numbers");
+    EXPECT_NE(infoFor(outcome.trashedPath).find("Path=" + home.path().native() + "/Documents/Quarterly%20report.txt\n"),
+              std::string::npos);
+
+    const ProcessRun listed = runProcess("trash-list", {});
+    ASSERT_EQ(listed.exitCode, 0) << listed.err.toStdString();
+    EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString(original.native()))) << listed.out.toStdString();
+
+    const ProcessRun restored = runProcess("trash-restore", {QString::fromStdString((home.path() / "Documents").native())}, "0\n");
+    ASSERT_EQ(restored.exitCode, 0) << restored.err.toStdString();
+    EXPECT_EQ(readFile(original), "numbers");
+    EXPECT_FALSE(fs::exists(outcome.trashedPath));
+}
+
+TEST_F(Trash, TwoItemsOfTheSameNameBothSurvive)
+{
+    const fs::path first = home.path() / "a/notes.txt";
+    const fs::path second = home.path() / "b/notes.txt";
+    writeFile(first, "first");
+    writeFile(second, "second");
+    const auto one = trash.trashItem(first);
+    const auto two = trash.trashItem(second);
+    ASSERT_TRUE(one.ok() && two.ok());
+    EXPECT_NE(one.trashedPath, two.trashedPath);
+    EXPECT_EQ(two.trashedPath.filename(), "notes 2.txt");
+    EXPECT_EQ(readFile(one.trashedPath), "first");
+    EXPECT_EQ(readFile(two.trashedPath), "second");
+    EXPECT_NE(infoFor(two.trashedPath).find("/b/notes.txt"), std::string::npos);
+
+    const ProcessRun listed = runProcess("trash-list", {});
+    EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString(first.native())));
+    EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString(second.native())));
+}
+
+TEST_F(Trash, NameThatIsNotUtf8KeepsItsBytes)
+{
+    const fs::path original = home.path() / "odd\xff\xfe name.bin";
+    writeFile(original, "bytes");
+    const auto outcome = trash.trashItem(original);
+    ASSERT_TRUE(outcome.ok()) << outcome.error.toStdString();
+    EXPECT_EQ(outcome.trashedPath.filename().native(), "odd\xff\xfe name.bin");
+    EXPECT_NE(infoFor(outcome.trashedPath).find("odd%FF%FE%20name.bin"), std::string::npos);
+    // The Path= key decodes back to exactly the original bytes.
+    EXPECT_EQ(platform::FreedesktopTrash::encodePath(original.native()).find('\xff'), std::string::npos);
+}
+
+TEST_F(Trash, SymlinksGoAsLinksAndTheirTargetsStay)
+{
+    const fs::path target = home.path() / "keep/data";
+    writeFile(target / "file", "keep me");
+    const fs::path link = home.path() / "link-to-data";
+    const fs::path dangling = home.path() / "dangling";
+    fs::create_directory_symlink(target, link);
+    fs::create_symlink(home.path() / "nowhere", dangling);
+
+    const auto linkOutcome = trash.trashItem(link);
+    const auto danglingOutcome = trash.trashItem(dangling);
+    ASSERT_TRUE(linkOutcome.ok()) << linkOutcome.error.toStdString();
+    ASSERT_TRUE(danglingOutcome.ok()) << danglingOutcome.error.toStdString();
+    EXPECT_TRUE(fs::is_symlink(linkOutcome.trashedPath));
+    EXPECT_TRUE(fs::is_symlink(danglingOutcome.trashedPath));
+    EXPECT_EQ(readFile(target / "file"), "keep me");
+}
+
+TEST_F(Trash, VanishedItemFailsInWordsAndLeavesNoRecord)
+{
+    const auto outcome = trash.trashItem(home.path() / "not-there.txt");
+    ASSERT_FALSE(outcome.ok());
+    EXPECT_TRUE(outcome.error.contains("“not-there.txt” couldn't be moved to the Trash")) << outcome.error.toStdString();
+    EXPECT_TRUE(outcome.error.contains("It is still in its place."));
+    EXPECT_TRUE(!fs::exists(home.trash() / "info") || fs::is_empty(home.trash() / "info"));
+}
+
+TEST_F(Trash, TheTrashItselfIsRefused)
+{
+    writeFile(home.path() / "x", "x");
+    ASSERT_TRUE(trash.trashItem(home.path() / "x").ok());
+    const auto outcome = trash.trashItem(home.trash());
+    EXPECT_FALSE(outcome.ok());
+    EXPECT_TRUE(fs::exists(home.trash() / "files/x"));
+}
+
+TEST_F(Trash, ItemOnAnotherVolumeGoesToThatVolumesTrash)
+{
+    if (!canMount())
+        GTEST_SKIP() << "mounting is not permitted here; the per-volume Trash is tested where it is (CI runs as root)";
+    TmpfsMount volume(home.path() / "volume");
+    ASSERT_TRUE(volume.mounted);
+    const fs::path original = volume.point / "Projects/big.iso";
+    writeFile(original, "iso");
+
+    const auto outcome = trash.trashItem(original);
+    ASSERT_TRUE(outcome.ok()) << outcome.error.toStdString();
+    const fs::path volumeTrash = volume.point / (".Trash-" + std::to_string(::getuid()));
+    EXPECT_EQ(outcome.trashedPath, volumeTrash / "files/big.iso");
+    EXPECT_NE(infoFor(outcome.trashedPath).find("Path=Projects/big.iso\n"), std::string::npos); // relative to the top
+    EXPECT_EQ(fs::status(volumeTrash).permissions() & fs::perms::all, fs::perms::owner_all);
+}
+
+TEST_F(Trash, ReadOnlyVolumeFailsCleanlyAndTheItemStays)
+{
+    if (!canMount())
+        GTEST_SKIP() << "mounting is not permitted here; read-only volumes are tested where it is (CI runs as root)";
+    TmpfsMount volume(home.path() / "ro");
+    ASSERT_TRUE(volume.mounted);
+    const fs::path original = volume.point / "precious.txt";
+    writeFile(original, "precious");
+    ASSERT_TRUE(volume.remountReadOnly());
+
+    const auto outcome = trash.trashItem(original);
+    ASSERT_FALSE(outcome.ok());
+    EXPECT_TRUE(outcome.error.contains("no Trash can be written on the volume")) << outcome.error.toStdString();
+    EXPECT_EQ(readFile(original), "precious");
+    EXPECT_FALSE(fs::exists(home.trash() / "files/precious.txt")); // never copied to the home Trash
+}
+
+TEST_F(Trash, ForgettingARestoredItemDropsItsRecordOnly)
+{
+    const fs::path original = home.path() / "doc.txt";
+    writeFile(original, "doc");
+    const auto outcome = trash.trashItem(original);
+    ASSERT_TRUE(outcome.ok());
+    const fs::path info = home.trash() / "info/doc.txt.trashinfo";
+
+    trash.forgetTrashedItem(outcome.trashedPath); // still in the Trash: record kept
+    EXPECT_TRUE(fs::exists(info));
+    fs::rename(outcome.trashedPath, original);
+    trash.forgetTrashedItem(outcome.trashedPath);
+    EXPECT_FALSE(fs::exists(info));
+}

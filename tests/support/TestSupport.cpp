@@ -1,0 +1,111 @@
+#include "TestSupport.h"
+
+#include <QCryptographicHash>
+#include <QProcess>
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace tessoly::test {
+namespace fs = std::filesystem;
+
+TempHome::TempHome()
+{
+    std::string pattern = (fs::temp_directory_path() / "tessoly-home-XXXXXX").native();
+    m_path = ::mkdtemp(pattern.data());
+    if (const char *old = std::getenv("HOME"))
+        m_oldHome = old;
+    ::setenv("HOME", m_path.c_str(), 1);
+    ::setenv("XDG_DATA_HOME", dataHome().c_str(), 1);
+    ::setenv("XDG_CONFIG_HOME", (m_path / ".config").c_str(), 1);
+}
+
+TempHome::~TempHome()
+{
+    std::error_code ignored;
+    // Test trees may hold read-only folders; make them removable first.
+    for (auto it = fs::recursive_directory_iterator(m_path, fs::directory_options::skip_permission_denied, ignored);
+         it != fs::recursive_directory_iterator(); it.increment(ignored)) {
+        if (it->is_directory(ignored) && !it->is_symlink(ignored))
+            fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+    }
+    fs::remove_all(m_path, ignored);
+    if (!m_oldHome.empty())
+        ::setenv("HOME", m_oldHome.c_str(), 1);
+}
+
+ProcessRun runProcess(const QString &program, const QStringList &arguments, const QByteArray &input)
+{
+    QProcess process;
+    process.start(program, arguments);
+    ProcessRun run;
+    if (!process.waitForStarted(10000))
+        return run;
+    if (!input.isEmpty())
+        process.write(input);
+    process.closeWriteChannel();
+    process.waitForFinished(120000);
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
+}
+
+void writeFile(const fs::path &path, const std::string &content)
+{
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+std::string readFile(const fs::path &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream buffer;
+    buffer << in.rdbuf();
+    return buffer.str();
+}
+
+std::string describeTree(const fs::path &root)
+{
+    std::vector<std::string> lines;
+    std::error_code error;
+    for (auto it = fs::recursive_directory_iterator(root, error); it != fs::recursive_directory_iterator();
+         it.increment(error)) {
+        const fs::path relative = it->path().lexically_relative(root);
+        struct stat st{};
+        ::lstat(it->path().c_str(), &st);
+        std::string line = relative.native() + " mode=" + std::to_string(st.st_mode);
+        if (S_ISLNK(st.st_mode)) {
+            line += " -> " + fs::read_symlink(it->path()).native();
+        } else if (S_ISREG(st.st_mode)) {
+            const std::string content = readFile(it->path());
+            line += " size=" + std::to_string(content.size()) + " sha="
+                + QCryptographicHash::hash(QByteArray::fromStdString(content), QCryptographicHash::Sha256).toHex().toStdString();
+        }
+        lines.push_back(line);
+    }
+    std::sort(lines.begin(), lines.end());
+    std::string out;
+    for (const auto &line : lines)
+        out += line + "\n";
+    return out;
+}
+
+bool canMount()
+{
+    if (::geteuid() != 0)
+        return false;
+    std::string pattern = (fs::temp_directory_path() / "tessoly-mountprobe-XXXXXX").native();
+    const fs::path dir = ::mkdtemp(pattern.data());
+    const ProcessRun mounted = runProcess(QStringLiteral("mount"), {"-t", "tmpfs", "-o", "size=1m", "tmpfs", QString::fromStdString(dir.native())});
+    if (mounted.exitCode == 0)
+        runProcess(QStringLiteral("umount"), {QString::fromStdString(dir.native())});
+    fs::remove(dir);
+    return mounted.exitCode == 0;
+}
+
+} // namespace tessoly::test

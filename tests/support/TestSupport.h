@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QByteArray>
+#include <QCoroTask>
+#include <QStringList>
+#include <filesystem>
+#include <string>
+
+namespace tessoly::test {
+
+// A temporary home folder: HOME, XDG_DATA_HOME and XDG_CONFIG_HOME point
+// into it for the object's life, and it is removed afterwards.
+class TempHome {
+public:
+    TempHome();
+    ~TempHome();
+    TempHome(const TempHome &) = delete;
+    TempHome &operator=(const TempHome &) = delete;
+
+    [[nodiscard]] const std::filesystem::path &path() const { return m_path; }
+    [[nodiscard]] std::filesystem::path dataHome() const { return m_path / ".local/share"; }
+    [[nodiscard]] std::filesystem::path trash() const { return dataHome() / "Trash"; }
+    [[nodiscard]] std::filesystem::path historyFile() const { return dataHome() / "com.tessoly.app/history.json"; }
+    [[nodiscard]] std::filesystem::path defaultsFile() const { return m_path / ".config/com.tessoly.app/defaults.json"; }
+
+private:
+    std::filesystem::path m_path;
+    std::string m_oldHome;
+};
+
+// A child process run to its end.
+struct ProcessRun {
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+ProcessRun runProcess(const QString &program, const QStringList &arguments, const QByteArray &input = {});
+
+// File helpers for building trees.
+void writeFile(const std::filesystem::path &path, const std::string &content);
+[[nodiscard]] std::string readFile(const std::filesystem::path &path);
+// A listing of a tree (relative path, type, size, content digest) to compare two trees.
+[[nodiscard]] std::string describeTree(const std::filesystem::path &root);
+
+// True when this process may mount file systems (root in a permissive sandbox).
+[[nodiscard]] bool canMount();
+
+// Drives a coroutine to completion.
+template <typename T>
+T runTask(QCoro::Task<T> task)
+{
+    return QCoro::waitFor(std::move(task));
+}
+
+} // namespace tessoly::test
