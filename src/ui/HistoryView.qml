@@ -10,6 +10,13 @@ Item {
     property string expandedEntryId: ""
     property var restoreFeedback: ({ entryId: "", message: "" })
 
+    // Runs here, not in the row: a restore rebuilds the rows.
+    function restoreEntry(id) {
+        const message = history.restore(id)
+        restoreFeedback = { entryId: id, message: message }
+        expandedEntryId = id
+    }
+
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: Theme.pageMargin
@@ -79,12 +86,7 @@ Item {
                     expanded: view.expandedEntryId === entryId
                     feedback: view.restoreFeedback.entryId === entryId ? view.restoreFeedback.message : ""
                     onToggled: view.expandedEntryId = expanded ? "" : entryId
-                    onRestoreRequested: {
-                        const id = entryId
-                        const message = view.history.restore(id)
-                        view.restoreFeedback = { entryId: id, message: message }
-                        view.expandedEntryId = id
-                    }
+                    onRestoreRequested: view.restoreEntry(entryId)
                 }
             }
         }

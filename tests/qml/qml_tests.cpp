@@ -1,0 +1,174 @@
+// Loads the real screens with services built on a temporary home. Any QML
+// warning fails the run.
+#include "TestSupport.h"
+#include "analysis/DiskScanner.h"
+#include "cleaning/CleanupHistoryStore.h"
+#include "core/TessolyApp.h"
+#include "platform/Platform.h"
+#include "platform/linux/FreedesktopTrash.h"
+#include "platform/linux/JsonDefaultsStore.h"
+#include "platform/linux/LinuxLocations.h"
+#include "platform/linux/LinuxPlatform.h"
+#include "ui/Services.h"
+
+#include <QQmlEngine>
+#include <QQmlExtensionPlugin>
+#include <QtQuickTest>
+#include <atomic>
+#include <unistd.h>
+
+Q_IMPORT_QML_PLUGIN(TessolyPlugin)
+
+namespace tessoly {
+struct DiskScannerTestAccess {
+    static void setBigFiles(DiskScanner &scanner, QList<DiskItem> items)
+    {
+        scanner.m_bigFiles = std::move(items);
+        emit scanner.bigFilesChanged();
+    }
+};
+} // namespace tessoly
+
+using namespace tessoly;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::atomic<int> g_warnings{0};
+QtMessageHandler g_previousHandler = nullptr;
+
+void countWarnings(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtWarningMsg || type == QtCriticalMsg || type == QtFatalMsg)
+        ++g_warnings;
+    g_previousHandler(type, context, message);
+}
+
+class ScriptedVolumes : public platform::VolumeInfo {
+public:
+    std::optional<platform::VolumeAttributes> figures = platform::VolumeAttributes{500'000'000'000, 123'400'000'000};
+    std::optional<platform::VolumeAttributes> attributesOfFileSystem(const fs::path &) const override { return figures; }
+};
+
+class RecordingRevealer : public platform::Revealer {
+public:
+    QStringList revealed;
+    void reveal(const fs::path &item) override { revealed.append(QString::fromStdString(item.native())); }
+};
+
+} // namespace
+
+// What the screen tests may do to the world behind the screens.
+class TestHooks : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QStringList revealed READ revealed CONSTANT)
+
+public:
+    TestHooks()
+    {
+        auto platform = std::make_unique<platform::Platform>();
+        platform->locations = std::make_unique<platform::LinuxLocations>();
+        platform->defaults = std::make_unique<platform::JsonDefaultsStore>(m_home.defaultsFile());
+        auto volumes = std::make_unique<ScriptedVolumes>();
+        m_volumes = volumes.get();
+        platform->volumes = std::move(volumes);
+        platform->trash = std::make_unique<platform::FreedesktopTrash>(m_home.trash(), ::getuid());
+        auto revealer = std::make_unique<RecordingRevealer>();
+        m_revealer = revealer.get();
+        platform->revealer = std::move(revealer);
+        platform->processes = std::make_unique<platform::QtProcessRunner>();
+        m_trash = std::make_unique<platform::FreedesktopTrash>(m_home.trash(), ::getuid());
+        m_history = std::make_unique<CleanupHistoryStore>(m_home.historyFile(), *m_trash);
+        m_app = std::make_unique<TessolyApp>(std::move(platform), m_history.get());
+        Services::install(*m_app);
+    }
+
+    [[nodiscard]] QStringList revealed() const { return m_revealer->revealed; }
+
+    Q_INVOKABLE QString homePath() const { return QString::fromStdString(m_home.path().native()); }
+    Q_INVOKABLE bool exists(const QString &path) const { return fs::exists(path.toStdString()); }
+
+    Q_INVOKABLE void setFigures(double capacity, double free)
+    {
+        m_volumes->figures = platform::VolumeAttributes{static_cast<qint64>(capacity), static_cast<qint64>(free)};
+        m_app->scanner()->refreshVolumeInfo();
+    }
+
+    // Two big files on disk, listed as rows.
+    Q_INVOKABLE void seedBigFiles()
+    {
+        QList<DiskItem> rows;
+        for (const char *name : {"Archive.zip", "Season 1.mkv"}) {
+            const fs::path file = m_home.path() / "Movies" / name;
+            test::writeFile(file, "big");
+            DiskItem item;
+            item.url = file;
+            item.bytes = 1'250'000'000;
+            rows.append(item);
+        }
+        DiskScannerTestAccess::setBigFiles(*m_app->scanner(), rows);
+    }
+
+    // A cleanup of three cache folders, really in the Trash; returns the first original path.
+    Q_INVOKABLE QString seedHistory()
+    {
+        std::vector<CleanupHistoryEntry::Item> items;
+        for (int i = 0; i < 3; ++i) {
+            const fs::path original = m_home.path() / "Library/Caches" / ("com.example." + std::to_string(i));
+            test::writeFile(original / "cache.db", "cache");
+            CleanupHistoryEntry::Item item;
+            item.originalPath = original;
+            item.trashedPath = m_trash->trashItem(original).trashedPath;
+            item.bytes = 40'960;
+            items.push_back(item);
+        }
+        CleanupHistoryEntry::Item moved;
+        moved.originalPath = m_home.path() / "Movies/Final Cut";
+        moved.externalPath = "/media/Backup/Tessoly Storage/Final Cut";
+        moved.bytes = 4'200'000'000;
+        m_history->append(CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::MoveToExternal, "Moved Final Cut to Backup",
+                                                    moved.bytes, {moved}));
+        m_history->append(CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::ProfileCleanup, "Developer profile cleanup",
+                                                    122'880, items));
+        return QString::fromStdString(items.front().originalPath.native());
+    }
+
+private:
+    test::TempHome m_home;
+    ScriptedVolumes *m_volumes = nullptr;
+    RecordingRevealer *m_revealer = nullptr;
+    std::unique_ptr<platform::FreedesktopTrash> m_trash;
+    std::unique_ptr<CleanupHistoryStore> m_history;
+    std::unique_ptr<TessolyApp> m_app;
+};
+
+class Setup : public QObject {
+    Q_OBJECT
+public slots:
+    void qmlEngineAvailable(QQmlEngine *engine)
+    {
+        registerBundledFonts();
+        engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        m_hooks = std::make_unique<TestHooks>();
+        qmlRegisterSingletonInstance("TessolyTest", 1, 0, "Hooks", m_hooks.get());
+    }
+
+private:
+    std::unique_ptr<TestHooks> m_hooks;
+};
+
+int main(int argc, char **argv)
+{
+    // A private runtime folder, so that Qt has nothing to warn about.
+    std::string runtime = (fs::temp_directory_path() / "tessoly-runtime-XXXXXX").native();
+    if (::mkdtemp(runtime.data()) != nullptr)
+        qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(runtime));
+    g_previousHandler = qInstallMessageHandler(countWarnings);
+    Setup setup;
+    const int failures = quick_test_main_with_setup(argc, argv, "tessoly_screens", QUICK_TEST_SOURCE_DIR, &setup);
+    if (g_warnings > 0)
+        fprintf(stderr, "FAIL: %d QML warning(s) were printed above\n", g_warnings.load());
+    return failures != 0 || g_warnings > 0 ? 1 : 0;
+}
+
+#include "qml_tests.moc"
