@@ -185,3 +185,45 @@ TEST_F(Trash, ForgettingARestoredItemDropsItsRecordOnly)
     trash.forgetTrashedItem(outcome.trashedPath);
     EXPECT_FALSE(fs::exists(info));
 }
+
+// Root ignores permissions, so these run the real trash code as "nobody".
+TEST(TrashPermissions, RefusedMoveLeavesTheItemAndNoRecord)
+{
+    if (::geteuid() != 0 || runProcess("setpriv", {"--version"}).exitCode != 0)
+        GTEST_SKIP() << "needs root and setpriv to act as an unprivileged user";
+    std::string pattern = (fs::temp_directory_path() / "tessoly-perm-XXXXXX").native();
+    const fs::path top = ::mkdtemp(pattern.data());
+    fs::permissions(top, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec | fs::perms::others_read
+                             | fs::perms::others_exec);
+    const fs::path locked = top / "locked/report.txt"; // in a folder only root may change
+    writeFile(locked, "mine");
+    const fs::path nobodyHome = top / "nobody";
+    const fs::path open = nobodyHome / "open.txt"; // nobody may move this one
+    writeFile(open, "theirs");
+    const fs::path rootOwnedTrash = top / "locked/Trash";
+    fs::create_directories(rootOwnedTrash);
+    for (const fs::path &path : {nobodyHome, open})
+        ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+    const auto asNobody = [](const fs::path &homeTrash, const fs::path &item) {
+        return runProcess("setpriv", {"--reuid=65534", "--regid=65534", "--clear-groups", QStringLiteral(TRASH_HELPER),
+                                      QString::fromStdString(homeTrash.native()), QString::fromStdString(item.native())});
+    };
+
+    const fs::path nobodyTrash = nobodyHome / ".local/share/Trash";
+    const ProcessRun refusedItem = asNobody(nobodyTrash, locked);
+    EXPECT_EQ(refusedItem.exitCode, 1) << refusedItem.out.toStdString() << refusedItem.err.toStdString();
+    EXPECT_TRUE(refusedItem.out.contains("“report.txt” couldn't be moved to the Trash: Permission denied. It is still in its place."))
+        << refusedItem.out.toStdString();
+    EXPECT_EQ(readFile(locked), "mine");
+    EXPECT_TRUE(fs::is_empty(nobodyTrash / "info")); // the record written first was taken back
+
+    const ProcessRun refusedTrash = asNobody(rootOwnedTrash, open);
+    EXPECT_EQ(refusedTrash.exitCode, 1);
+    EXPECT_TRUE(refusedTrash.out.contains("can't be created")) << refusedTrash.out.toStdString();
+    EXPECT_EQ(readFile(open), "theirs");
+
+    const ProcessRun allowed = asNobody(nobodyTrash, open);
+    EXPECT_EQ(allowed.exitCode, 0) << allowed.out.toStdString();
+    EXPECT_EQ(readFile(nobodyTrash / "files/open.txt"), "theirs");
+    fs::remove_all(top);
+}
