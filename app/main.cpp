@@ -10,6 +10,7 @@
 #include <QQmlExtensionPlugin>
 #include <QQuickStyle>
 #include <QTimer>
+#include <unistd.h>
 
 Q_IMPORT_QML_PLUGIN(TessolyPlugin)
 
@@ -22,8 +23,17 @@ int runCommandLine(int argc, char **argv)
     tessoly::TessolyApp app(tessoly::platform::makeLinuxPlatform());
     QTextStream out(stdout);
     QTextStream err(stderr);
-    tessoly::CommandLine commandLine(app, out, err);
-    return commandLine.run(QCoreApplication::arguments().mid(1));
+    tessoly::CommandLine commandLine(app, out, err, ::isatty(STDERR_FILENO) == 1);
+    // Start once the event loop runs, so that a command finishing at once can still end it.
+    int code = 0;
+    QTimer::singleShot(0, &application, [&] {
+        commandLine.run(QCoreApplication::arguments().mid(1)).then([&](int result) {
+            code = result;
+            QCoreApplication::exit(result);
+        });
+    });
+    QCoreApplication::exec();
+    return code;
 }
 
 int runWindow(int argc, char **argv)

@@ -8,16 +8,32 @@
 #include "core/SettingsStore.h"
 #include "core/TessolyApp.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 namespace tessoly {
 
-CommandLine::CommandLine(TessolyApp &app, QTextStream &out, QTextStream &err)
+CommandLine::CommandLine(TessolyApp &app, QTextStream &out, QTextStream &err, bool progress)
     : m_app(app)
     , m_out(out)
     , m_err(err)
+    , m_progress(progress)
 {
+}
+
+void CommandLine::printJson(const QJsonValue &value)
+{
+    m_out << (value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject()))
+                 .toJson(QJsonDocument::Indented);
+}
+
+void CommandLine::showProgress(const QString &line)
+{
+    if (!m_progress)
+        return;
+    m_err << line << "\n";
+    m_err.flush();
 }
 
 QString CommandLine::usage()
@@ -31,6 +47,13 @@ QString CommandLine::usage()
         "  status               capacity, free and used space of the home volume\n"
         "  history              the log of everything Tessoly has done, newest first\n"
         "  restore <entry-id>   put the items of a log entry back from the Trash\n"
+        "  profiles             the cleanup catalogue: six profiles and their folders\n"
+        "  measure [<profile>|all]\n"
+        "                       size, items and presence of each folder of a profile\n"
+        "  clean <profile> [--only <id>,...] [--delete]\n"
+        "                       empty a profile's folders (to the Trash unless --delete)\n"
+        "  snapshots            local snapshots the system keeps\n"
+        "  reclaim [--bytes N]  ask the system to thin local snapshots, and measure what came free\n"
         "  help                 this text\n"
         "\n"
         "--json prints the result as JSON for scripts.\n");
@@ -43,49 +66,91 @@ int CommandLine::usageError(const QString &message)
     return 2;
 }
 
-int CommandLine::run(const QStringList &arguments)
+QCoro::Task<int> CommandLine::run(QStringList arguments)
 {
-    QStringList words;
-    bool json = false;
-    for (const QString &argument : arguments) {
-        if (argument == QLatin1String("--json"))
-            json = true;
-        else if (argument == QLatin1String("--help") || argument == QLatin1String("-h"))
-            words.prepend(QStringLiteral("help"));
-        else if (argument.startsWith(QLatin1String("--")))
-            return usageError(QStringLiteral("unknown option “%1”. Try “tessoly help”.").arg(argument));
-        else
-            words.append(argument);
+    static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete")};
+    static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes")};
+    Parsed parsed;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString &argument = arguments.at(i);
+        if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
+            parsed.words.prepend(QStringLiteral("help"));
+        } else if (flags.contains(argument)) {
+            parsed.options.insert(argument, QString());
+        } else if (valued.contains(argument)) {
+            if (i + 1 >= arguments.size())
+                co_return usageError(QStringLiteral("%1 needs a value.").arg(argument));
+            parsed.options.insert(argument, arguments.at(++i));
+        } else if (argument.startsWith(QLatin1String("--"))) {
+            co_return usageError(QStringLiteral("unknown option “%1”. Try “tessoly help”.").arg(argument));
+        } else {
+            parsed.words.append(argument);
+        }
     }
-    if (words.isEmpty())
-        return usageError(QStringLiteral("no command given. Try “tessoly help”."));
+    if (parsed.words.isEmpty())
+        co_return usageError(QStringLiteral("no command given. Try “tessoly help”."));
+    parsed.command = parsed.words.takeFirst();
 
-    const QString command = words.takeFirst();
-    const auto expectArguments = [&](qsizetype count, const char *shape) -> bool {
-        if (words.size() == count)
-            return true;
-        usageError(QStringLiteral("usage: tessoly %1").arg(QLatin1String(shape)));
-        return false;
+    struct Shape {
+        const char *command;
+        qsizetype minWords;
+        qsizetype maxWords;
+        const char *usage;
+        QStringList options;
     };
+    const Shape shapes[] = {
+        {"help", 0, 0, "help", {}},
+        {"status", 0, 0, "status [--json]", {"--json"}},
+        {"history", 0, 0, "history [--json]", {"--json"}},
+        {"restore", 1, 1, "restore <entry-id> [--json]", {"--json"}},
+        {"profiles", 0, 0, "profiles [--json]", {"--json"}},
+        {"measure", 0, 1, "measure [<profile>|all] [--json]", {"--json"}},
+        {"clean", 1, 1, "clean <profile> [--only <id>,...] [--delete] [--json]", {"--json", "--only", "--delete"}},
+        {"snapshots", 0, 0, "snapshots [--json]", {"--json"}},
+        {"reclaim", 0, 0, "reclaim [--bytes N] [--json]", {"--json", "--bytes"}},
+    };
+    const Shape *shape = nullptr;
+    for (const Shape &candidate : shapes) {
+        if (parsed.command == QLatin1String(candidate.command))
+            shape = &candidate;
+    }
+    if (shape == nullptr)
+        co_return usageError(QStringLiteral("unknown command “%1”. Try “tessoly help”.").arg(parsed.command));
+    if (parsed.words.size() < shape->minWords || parsed.words.size() > shape->maxWords)
+        co_return usageError(QStringLiteral("usage: tessoly %1").arg(QLatin1String(shape->usage)));
+    for (auto it = parsed.options.begin(); it != parsed.options.end(); ++it) {
+        if (!shape->options.contains(it.key()))
+            co_return usageError(QStringLiteral("%1 doesn't apply to “%2”. Usage: tessoly %3")
+                                     .arg(it.key(), parsed.command, QLatin1String(shape->usage)));
+    }
 
     int code = 0;
-    if (command == QLatin1String("help")) {
+    if (parsed.command == QLatin1String("help"))
         m_out << usage();
-    } else if (command == QLatin1String("status")) {
-        code = expectArguments(0, "status [--json]") ? status(json) : 2;
-    } else if (command == QLatin1String("history")) {
-        code = expectArguments(0, "history [--json]") ? history(json) : 2;
-    } else if (command == QLatin1String("restore")) {
-        code = expectArguments(1, "restore <entry-id> [--json]") ? restore(words.first(), json) : 2;
-    } else {
-        code = usageError(QStringLiteral("unknown command “%1”. Try “tessoly help”.").arg(command));
-    }
+    else if (parsed.command == QLatin1String("status"))
+        code = status(parsed);
+    else if (parsed.command == QLatin1String("history"))
+        code = history(parsed);
+    else if (parsed.command == QLatin1String("restore"))
+        code = restore(parsed);
+    else if (parsed.command == QLatin1String("profiles"))
+        code = profiles(parsed);
+    else if (parsed.command == QLatin1String("measure"))
+        code = co_await measure(parsed);
+    else if (parsed.command == QLatin1String("clean"))
+        code = co_await clean(parsed);
+    else if (parsed.command == QLatin1String("snapshots"))
+        code = co_await snapshots(parsed);
+    else if (parsed.command == QLatin1String("reclaim"))
+        code = co_await reclaim(parsed);
     m_out.flush();
-    return code;
+    m_err.flush();
+    co_return code;
 }
 
-int CommandLine::status(bool json)
+int CommandLine::status(const Parsed &parsed)
 {
+    const bool json = parsed.flag("--json");
     const DiskScanner &scanner = *m_app.scanner();
     const qint64 capacity = scanner.totalCapacity();
     const qint64 percent = static_cast<qint64>(scanner.usedFraction() * 100.0);
@@ -103,7 +168,7 @@ int CommandLine::status(bool json)
             {QStringLiteral("restorableEntries"), static_cast<qint64>(restorable)},
             {QStringLiteral("interfaceMode"), m_app.settings()->interfaceMode()},
         };
-        m_out << QJsonDocument(object).toJson(QJsonDocument::Indented);
+        printJson(object);
         return 0;
     }
     if (capacity <= 0) {
@@ -118,8 +183,9 @@ int CommandLine::status(bool json)
     return 0;
 }
 
-int CommandLine::history(bool json)
+int CommandLine::history(const Parsed &parsed)
 {
+    const bool json = parsed.flag("--json");
     const auto &entries = m_app.history().entries();
     if (json) {
         m_out << encodeHistory(entries) << "\n";
@@ -139,8 +205,10 @@ int CommandLine::history(bool json)
     return 0;
 }
 
-int CommandLine::restore(const QString &entryId, bool json)
+int CommandLine::restore(const Parsed &parsed)
 {
+    const bool json = parsed.flag("--json");
+    const QString &entryId = parsed.words.first();
     const QUuid id(entryId.trimmed());
     const CleanupHistoryEntry *entry = id.isNull() ? nullptr : m_app.history().entry(id);
     if (entry == nullptr)
@@ -149,10 +217,8 @@ int CommandLine::restore(const QString &entryId, bool json)
     if (!isRestorable(entry->status)) {
         const QString message = QStringLiteral("Nothing to restore: this entry is “%1”.").arg(label(entry->status));
         if (json)
-            m_out << QJsonDocument(QJsonObject{{QStringLiteral("restored"), 0}, {QStringLiteral("failed"), 0},
-                                               {QStringLiteral("message"), message},
-                                               {QStringLiteral("status"), rawValue(entry->status)}})
-                         .toJson(QJsonDocument::Indented);
+            printJson(QJsonObject{{QStringLiteral("restored"), 0}, {QStringLiteral("failed"), 0},
+                                  {QStringLiteral("message"), message}, {QStringLiteral("status"), rawValue(entry->status)}});
         else
             m_err << message << "\n";
         return 1;
@@ -161,11 +227,10 @@ int CommandLine::restore(const QString &entryId, bool json)
     const QString message = restoreMessage(counts);
     if (json) {
         const CleanupHistoryEntry *after = m_app.history().entry(id);
-        m_out << QJsonDocument(QJsonObject{{QStringLiteral("restored"), counts.restored},
-                                           {QStringLiteral("failed"), counts.failed},
-                                           {QStringLiteral("message"), message},
-                                           {QStringLiteral("status"), after ? rawValue(after->status) : QString()}})
-                     .toJson(QJsonDocument::Indented);
+        printJson(QJsonObject{{QStringLiteral("restored"), counts.restored},
+                              {QStringLiteral("failed"), counts.failed},
+                              {QStringLiteral("message"), message},
+                              {QStringLiteral("status"), after ? rawValue(after->status) : QString()}});
     } else {
         m_out << message << "\n";
     }

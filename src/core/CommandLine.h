@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QCoro/QCoroTask>
+#include <QHash>
 #include <QStringList>
 #include <QTextStream>
 
@@ -10,22 +12,38 @@ class TessolyApp;
 // The `tessoly <command>` interface: runs one command against the same
 // services as the window, prints words (or JSON with --json) and returns the
 // exit status: 0 done, 1 the operation failed, 2 a wrong command or argument.
+// Progress goes to stderr when it is a terminal.
 class CommandLine {
 public:
-    CommandLine(TessolyApp &app, QTextStream &out, QTextStream &err);
-    int run(const QStringList &arguments);
+    CommandLine(TessolyApp &app, QTextStream &out, QTextStream &err, bool progress);
+    QCoro::Task<int> run(QStringList arguments);
 
     [[nodiscard]] static QString usage();
 
 private:
-    int status(bool json);
-    int history(bool json);
-    int restore(const QString &entryId, bool json);
+    struct Parsed {
+        QString command;
+        QStringList words;
+        QHash<QString, QString> options; // "--only" -> "a,b"; flags map to ""
+        [[nodiscard]] bool flag(const char *name) const { return options.contains(QLatin1String(name)); }
+    };
+
+    int status(const Parsed &parsed);
+    int history(const Parsed &parsed);
+    int restore(const Parsed &parsed);
+    int profiles(const Parsed &parsed);
+    QCoro::Task<int> measure(Parsed parsed);
+    QCoro::Task<int> clean(Parsed parsed);
+    QCoro::Task<int> snapshots(Parsed parsed);
+    QCoro::Task<int> reclaim(Parsed parsed);
     int usageError(const QString &message);
+    void printJson(const QJsonValue &value);
+    void showProgress(const QString &line);
 
     TessolyApp &m_app;
     QTextStream &m_out;
     QTextStream &m_err;
+    bool m_progress = false;
 };
 
 } // namespace tessoly

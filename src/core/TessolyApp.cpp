@@ -3,6 +3,9 @@
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryModel.h"
 #include "cleaning/CleanupHistoryStore.h"
+#include "cleaning/CleanupService.h"
+#include "cleaning/HiddenSpaceCard.h"
+#include "cleaning/MaintenanceService.h"
 #include "core/OnboardingState.h"
 #include "core/PathText.h"
 #include "core/SettingsStore.h"
@@ -19,6 +22,10 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_scanner = new DiskScanner(home, *m_platform->volumes, *m_platform->trash, this);
     m_onboarding = new OnboardingState(this);
     m_settings = new SettingsStore(*m_platform->defaults, this);
+    m_maintenance = new MaintenanceService(home, *m_platform->volumes, *m_platform->processes, m_platform->snapshotTool, this);
+    // Screen-level objects.
+    m_cleanup = new CleanupService(home, *m_platform->trash, *m_history, this);
+    m_hiddenSpace = new HiddenSpaceCard(*m_maintenance, *m_scanner, this);
     m_historyModel = new CleanupHistoryModel(*m_history, homePath(), this);
 }
 

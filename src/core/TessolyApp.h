@@ -9,6 +9,9 @@ namespace platform {
 struct Platform;
 }
 class CleanupHistoryModel;
+class CleanupService;
+class HiddenSpaceCard;
+class MaintenanceService;
 class CleanupHistoryStore;
 class DiskScanner;
 class OnboardingState;
@@ -23,6 +26,9 @@ class TessolyApp : public QObject {
     Q_PROPERTY(tessoly::OnboardingState *onboarding READ onboarding CONSTANT)
     Q_PROPERTY(tessoly::SettingsStore *settings READ settings CONSTANT)
     Q_PROPERTY(tessoly::CleanupHistoryModel *history READ historyModel CONSTANT)
+    Q_PROPERTY(tessoly::MaintenanceService *maintenance READ maintenance CONSTANT)
+    Q_PROPERTY(tessoly::CleanupService *cleanup READ cleanup CONSTANT)
+    Q_PROPERTY(tessoly::HiddenSpaceCard *hiddenSpace READ hiddenSpace CONSTANT)
     Q_PROPERTY(QString homePath READ homePath CONSTANT)
 
 public:
@@ -37,6 +43,10 @@ public:
     [[nodiscard]] SettingsStore *settings() const { return m_settings; }
     [[nodiscard]] CleanupHistoryStore &history() const { return *m_history; }
     [[nodiscard]] CleanupHistoryModel *historyModel() const { return m_historyModel; }
+    [[nodiscard]] MaintenanceService *maintenance() const { return m_maintenance; }
+    // The cleanup service of the screens (other services hold their own).
+    [[nodiscard]] CleanupService *cleanup() const { return m_cleanup; }
+    [[nodiscard]] HiddenSpaceCard *hiddenSpace() const { return m_hiddenSpace; }
     [[nodiscard]] QString homePath() const;
 
     // The window's start task: fresh figures, then the tour on first launch.
@@ -50,7 +60,10 @@ private:
     DiskScanner *m_scanner = nullptr;
     OnboardingState *m_onboarding = nullptr;
     SettingsStore *m_settings = nullptr;
+    MaintenanceService *m_maintenance = nullptr;
+    CleanupService *m_cleanup = nullptr;
     CleanupHistoryModel *m_historyModel = nullptr;
+    HiddenSpaceCard *m_hiddenSpace = nullptr;
 };
 
 } // namespace tessoly

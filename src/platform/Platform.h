@@ -8,6 +8,7 @@
 #include "platform/VolumeInfo.h"
 
 #include <memory>
+#include <optional>
 
 namespace tessoly::platform {
 
@@ -21,6 +22,8 @@ struct Platform {
     std::unique_ptr<Trash> trash;
     std::unique_ptr<Revealer> revealer;
     std::unique_ptr<ProcessRunner> processes;
+    // The local snapshot tool, where the system has one.
+    std::optional<std::filesystem::path> snapshotTool;
 };
 
 // The Linux implementations, rooted at the locations the environment gives.

@@ -41,15 +41,19 @@ Button {
         radius: Theme.smallRadius
         border.width: control.kind === "primary" ? 0 : 1
         border.color: control.kind === "destructive" ? Qt.rgba(Theme.red.r, Theme.red.g, Theme.red.b, 0.4) : Theme.hairline
-        color: control.kind === "primary" ? "transparent"
-             : control.down ? Theme.track : control.hovered ? Theme.selection : Theme.card
-        gradient: control.kind === "primary" ? primaryGradient : null
-        opacity: control.enabled ? (control.down ? 0.85 : 1) : 0.6
-        Gradient {
-            id: primaryGradient
-            orientation: Gradient.Horizontal
-            GradientStop { position: 0; color: Theme.indigo }
-            GradientStop { position: 1; color: Theme.violet }
+        color: control.down ? Theme.track : control.hovered ? Theme.selection : Theme.card
+        opacity: control.enabled ? 1 : 0.6
+
+        Rectangle { // the primary button's gradient face
+            anchors.fill: parent
+            visible: control.kind === "primary"
+            radius: parent.radius
+            opacity: control.down ? 0.85 : 1
+            gradient: Gradient {
+                orientation: Gradient.Horizontal
+                GradientStop { position: 0; color: Theme.indigo }
+                GradientStop { position: 1; color: Theme.violet }
+            }
         }
     }
 }

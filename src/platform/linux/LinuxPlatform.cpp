@@ -22,7 +22,8 @@ std::optional<VolumeAttributes> StatvfsVolumeInfo::attributesOfFileSystem(const 
     if (::statvfs(path.c_str(), &st) != 0)
         return std::nullopt;
     const auto fragment = static_cast<qint64>(st.f_frsize);
-    return VolumeAttributes{static_cast<qint64>(st.f_blocks) * fragment, static_cast<qint64>(st.f_bavail) * fragment};
+    const qint64 available = static_cast<qint64>(st.f_bavail) * fragment;
+    return VolumeAttributes{static_cast<qint64>(st.f_blocks) * fragment, available, available, available};
 }
 
 namespace {

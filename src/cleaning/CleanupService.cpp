@@ -1,0 +1,169 @@
+#include "cleaning/CleanupService.h"
+
+#include "cleaning/CleanupHistoryStore.h"
+#include "platform/FileWalker.h"
+#include "platform/Trash.h"
+
+#include <QCoroFuture>
+#include <QtConcurrent>
+#include <sys/stat.h>
+
+namespace tessoly {
+namespace fs = std::filesystem;
+
+CleanupService::CleanupService(fs::path home, platform::Trash &trash, CleanupHistoryStore &history, QObject *parent)
+    : QObject(parent)
+    , m_home(std::move(home))
+    , m_trash(trash)
+    , m_history(history)
+{
+}
+
+fs::path CleanupService::resolve(const CleanupTarget &target, const fs::path &home)
+{
+    const std::string path = target.path.toStdString();
+    if (target.path.startsWith(QLatin1Char('/')))
+        return path;
+    return home / path;
+}
+
+CleanupTargetState CleanupService::measureTarget(const CleanupTarget &target, const fs::path &home)
+{
+    CleanupTargetState state{target, 0, false, 0};
+    const fs::path folder = resolve(target, home);
+    struct stat st{};
+    if (::lstat(folder.c_str(), &st) != 0)
+        return state;
+    if (S_ISLNK(st.st_mode)) {
+        // A link (to an external drive, say) is present and empty: never measured, never cleaned.
+        state.exists = true;
+        return state;
+    }
+    if (::stat(folder.c_str(), &st) != 0)
+        return state;
+    state.exists = true;
+    const std::vector<fs::path> entries = platform::listVisibleEntries(folder);
+    state.childCount = static_cast<qint64>(entries.size());
+    for (const platform::WalkTotals &totals : platform::walkTrees(entries))
+        state.bytes += totals.allocatedBytes;
+    return state;
+}
+
+CleanupService::TrashResult CleanupService::emptyFolder(const fs::path &folder, bool deleteImmediately,
+                                                        platform::Trash &trash)
+{
+    TrashResult result;
+    for (const fs::path &entry : platform::listVisibleEntries(folder)) {
+        const qint64 bytes = platform::walkTree(entry).allocatedBytes; // sized before it goes
+        CleanupHistoryEntry::Item item;
+        item.originalPath = entry;
+        item.bytes = bytes;
+        if (deleteImmediately) {
+            std::error_code error;
+            fs::remove_all(entry, error);
+            if (error)
+                continue;
+        } else {
+            const platform::TrashOutcome outcome = trash.trashItem(entry);
+            if (!outcome.ok())
+                continue; // a protected entry stays; it is left out of the total and the log
+            item.trashedPath = outcome.trashedPath;
+        }
+        result.totalBytes += bytes;
+        result.trashed.push_back(std::move(item));
+    }
+    return result;
+}
+
+void CleanupService::store(const CleanupTargetState &state)
+{
+    m_states.insert(state.target.id, state);
+    emit statesChanged();
+    emit stateStored(state.target.id);
+}
+
+QCoro::Task<void> CleanupService::measure(std::vector<CleanupTarget> targets)
+{
+    m_isMeasuring = true;
+    emit isMeasuringChanged();
+    std::vector<QFuture<void>> stored;
+    for (const CleanupTarget &target : targets) {
+        // Each state is stored on the main thread as its measurement finishes.
+        stored.push_back(QtConcurrent::run(&CleanupService::measureTarget, target, m_home)
+                             .then(this, [this](const CleanupTargetState &state) { store(state); }));
+    }
+    for (QFuture<void> &future : stored)
+        co_await future;
+    m_isMeasuring = false;
+    emit isMeasuringChanged();
+}
+
+QCoro::Task<qint64> CleanupService::clean(std::vector<CleanupTarget> targets, QString profileName, bool deleteImmediately)
+{
+    std::vector<CleanupHistoryEntry::Item> items;
+    qint64 total = 0;
+    for (const CleanupTarget &target : targets) {
+        const CleanupTargetState before = co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home);
+        store(before);
+        if (!before.exists || before.bytes < 1)
+            continue;
+        const TrashResult result = co_await QtConcurrent::run(&CleanupService::emptyFolder, resolve(target, m_home),
+                                                              deleteImmediately, std::ref(m_trash));
+        total += result.totalBytes;
+        items.insert(items.end(), result.trashed.begin(), result.trashed.end());
+        store(co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home));
+    }
+    if (!items.empty()) {
+        m_history.append(CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::ProfileCleanup,
+                                                   QStringLiteral("%1 profile cleanup").arg(profileName), total,
+                                                   std::move(items)));
+    }
+    m_lastReclaimedBytes = total;
+    emit lastReclaimedBytesChanged();
+    co_return total;
+}
+
+QCoro::Task<void> CleanupService::measureAndReport(std::vector<CleanupTarget> targets)
+{
+    co_await measure(std::move(targets));
+    emit measureFinished();
+}
+
+QCoro::Task<void> CleanupService::cleanAndReport(std::vector<CleanupTarget> targets, QString profileName,
+                                                 bool deleteImmediately)
+{
+    const qint64 total = co_await clean(std::move(targets), std::move(profileName), deleteImmediately);
+    emit cleanFinished(total);
+}
+
+void CleanupService::measureTargets(const QStringList &ids)
+{
+    measureAndReport(targetsWithIds(ids));
+}
+
+void CleanupService::cleanTargets(const QStringList &ids, const QString &profileName, bool deleteImmediately)
+{
+    cleanAndReport(targetsWithIds(ids), profileName, deleteImmediately);
+}
+
+QVariantMap CleanupService::stateOf(const QString &id) const
+{
+    const auto it = m_states.find(id);
+    if (it == m_states.end())
+        return {{QStringLiteral("measured"), false}, {QStringLiteral("exists"), false},
+                {QStringLiteral("bytes"), 0}, {QStringLiteral("childCount"), 0}};
+    return {{QStringLiteral("measured"), true}, {QStringLiteral("exists"), it->exists},
+            {QStringLiteral("bytes"), it->bytes}, {QStringLiteral("childCount"), it->childCount}};
+}
+
+std::vector<CleanupTarget> targetsWithIds(const QStringList &ids)
+{
+    std::vector<CleanupTarget> list;
+    for (const QString &id : ids) {
+        if (auto target = cleanupTargetWithId(id))
+            list.push_back(std::move(*target));
+    }
+    return list;
+}
+
+} // namespace tessoly

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "cleaning/CleanupCatalogue.h"
+#include "cleaning/CleanupHistoryEntry.h"
+
+#include <QCoro/QCoroTask>
+#include <QHash>
+#include <QObject>
+#include <QVariantMap>
+#include <filesystem>
+
+namespace tessoly {
+namespace platform {
+class Trash;
+}
+class CleanupHistoryStore;
+
+// The last measurement of one target.
+struct CleanupTargetState {
+    CleanupTarget target;
+    qint64 bytes = 0;      // allocated bytes of the visible entries in the folder, deep
+    bool exists = false;   // a symbolic link counts as existing
+    qint64 childCount = 0; // visible entries directly in the folder
+};
+
+// Measures catalogue folders and empties them. The folder itself never
+// goes: each visible entry directly inside it goes on its own, to the Trash
+// unless the caller asks for deletion. One clean is one log entry.
+class CleanupService : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(qint64 lastReclaimedBytes READ lastReclaimedBytes NOTIFY lastReclaimedBytesChanged)
+    Q_PROPERTY(bool isMeasuring READ isMeasuring NOTIFY isMeasuringChanged)
+
+public:
+    struct TrashResult {
+        qint64 totalBytes = 0;
+        std::vector<CleanupHistoryEntry::Item> trashed; // one per entry that went, in listing order
+    };
+
+    CleanupService(std::filesystem::path home, platform::Trash &trash, CleanupHistoryStore &history,
+                   QObject *parent = nullptr);
+
+    [[nodiscard]] const QHash<QString, CleanupTargetState> &states() const { return m_states; }
+    [[nodiscard]] qint64 lastReclaimedBytes() const { return m_lastReclaimedBytes; }
+    [[nodiscard]] bool isMeasuring() const { return m_isMeasuring; }
+
+    // Measures every target at once; states fill in as each one finishes.
+    QCoro::Task<void> measure(std::vector<CleanupTarget> targets);
+    // Empties the targets one after another and returns the bytes that went.
+    QCoro::Task<qint64> clean(std::vector<CleanupTarget> targets, QString profileName, bool deleteImmediately);
+
+    // For the screens: the same by target ids; clean reports through cleanFinished.
+    Q_INVOKABLE void measureTargets(const QStringList &ids);
+    Q_INVOKABLE void cleanTargets(const QStringList &ids, const QString &profileName, bool deleteImmediately);
+    // {bytes, exists, childCount, measured}
+    Q_INVOKABLE [[nodiscard]] QVariantMap stateOf(const QString &id) const;
+
+    // The blocking steps, run off the main thread.
+    [[nodiscard]] static std::filesystem::path resolve(const CleanupTarget &target, const std::filesystem::path &home);
+    [[nodiscard]] static CleanupTargetState measureTarget(const CleanupTarget &target, const std::filesystem::path &home);
+    [[nodiscard]] static TrashResult emptyFolder(const std::filesystem::path &folder, bool deleteImmediately,
+                                                 platform::Trash &trash);
+
+signals:
+    void statesChanged();
+    void stateStored(const QString &targetId);
+    void lastReclaimedBytesChanged();
+    void isMeasuringChanged();
+    void measureFinished();
+    void cleanFinished(qint64 bytes);
+
+private:
+    void store(const CleanupTargetState &state);
+    QCoro::Task<void> measureAndReport(std::vector<CleanupTarget> targets);
+    QCoro::Task<void> cleanAndReport(std::vector<CleanupTarget> targets, QString profileName, bool deleteImmediately);
+
+    std::filesystem::path m_home;
+    platform::Trash &m_trash;
+    CleanupHistoryStore &m_history;
+    QHash<QString, CleanupTargetState> m_states;
+    qint64 m_lastReclaimedBytes = 0;
+    bool m_isMeasuring = false;
+};
+
+// The targets named by ids, in the order given; unknown ids are left out.
+[[nodiscard]] std::vector<CleanupTarget> targetsWithIds(const QStringList &ids);
+
+} // namespace tessoly
