@@ -28,9 +28,9 @@ struct WalkOptions {
     unsigned threads = 0;      // 0: one per core
     bool fileDetails = false;  // fill size, time and identity of each file for onFile
     // Asked of each folder before it is listed (from worker threads); true leaves it out.
-    std::function<bool(const std::string &folder)> skipDescendants;
+    std::function<bool(const std::string &folder)> skipDescendants{};
     // Each regular file, from worker threads at the same time.
-    std::function<void(const WalkedFile &)> onFile;
+    std::function<void(const WalkedFile &)> onFile{};
 };
 
 struct WalkTotals {

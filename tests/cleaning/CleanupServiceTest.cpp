@@ -1,0 +1,211 @@
+#include "TestSupport.h"
+#include "cleaning/CleanupCatalogue.h"
+#include "cleaning/CleanupHistoryStore.h"
+#include "cleaning/CleanupService.h"
+#include "platform/FileWalker.h"
+#include "platform/linux/FreedesktopTrash.h"
+
+#include <QSignalSpy>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <set>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+using namespace tessoly;
+using namespace tessoly::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+CleanupTarget target(const QString &id, const QString &path)
+{
+    return CleanupTarget{id, id, QString(), QStringLiteral("folder"), path, SafetyLevel::Safe};
+}
+
+// Sets or clears the immutable flag; even root can't move such a file.
+bool setImmutable(const fs::path &path, bool on)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    int flags = 0;
+    bool ok = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
+    if (ok) {
+        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+        ok = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+    }
+    ::close(fd);
+    return ok;
+}
+
+struct Cleaning : ::testing::Test {
+    TempHome home;
+    platform::FreedesktopTrash trash{home.trash(), ::getuid()};
+    CleanupHistoryStore history{home.historyFile(), trash};
+    CleanupService service{home.path(), trash, history};
+
+    qint64 clean(const std::vector<CleanupTarget> &targets, bool deleteImmediately = false)
+    {
+        return runTask(service.clean(targets, QStringLiteral("Test"), deleteImmediately));
+    }
+};
+
+} // namespace
+
+TEST(Catalogue, SixProfilesTwentySevenRowsUniqueIds)
+{
+    const std::vector<std::size_t> counts{6, 4, 5, 3, 4, 5};
+    std::set<QString> ids;
+    std::set<QString> paths;
+    std::size_t i = 0;
+    for (const CleanupProfile profile : allCleanupProfiles) {
+        EXPECT_EQ(targets(profile).size(), counts[i++]) << displayName(profile).toStdString();
+        EXPECT_EQ(cleanupProfileFromRaw(rawValue(profile)), profile);
+        for (const CleanupTarget &row : targets(profile)) {
+            ids.insert(row.id);
+            paths.insert(row.path);
+            EXPECT_FALSE(row.path.startsWith('/') || row.path.startsWith('~'));
+        }
+    }
+    EXPECT_EQ(allCleanupTargets().size(), 27u);
+    EXPECT_EQ(ids.size(), 27u);
+    EXPECT_EQ(paths.size(), 26u); // adobe.media and premiere.media share one folder
+    EXPECT_EQ(displayName(CleanupProfile::GeneralUser), "Everyday Mac");
+    EXPECT_EQ(tagline(CleanupProfile::WebDeveloper), "node_modules, .next, build folders, npm cache.");
+    EXPECT_FALSE(cleanupProfileFromRaw("gamer").has_value());
+    EXPECT_EQ(rawValue(SafetyLevel::Advanced), "advanced");
+    EXPECT_EQ(label(SafetyLevel::Advanced), "Advanced");
+    EXPECT_FALSE(safetyLevelFromRaw("Safe").has_value());
+    const auto adobe = targets(CleanupProfile::AdobeCreative);
+    EXPECT_EQ(adobe[3].id, "adobe.bridge"); // Bridge is emptied before the general Adobe row
+    EXPECT_EQ(adobe[4].id, "adobe.caches");
+}
+
+TEST_F(Cleaning, MeasureReadsEveryKindOfFolder)
+{
+    writeFile(home.path() / "full/one/blob", std::string(50000, 'x'));
+    writeFile(home.path() / "full/one/.inner-hidden", std::string(20000, 'y')); // counted: inside a subfolder
+    writeFile(home.path() / "full/two", std::string(8000, 'z'));
+    writeFile(home.path() / "full/.top-hidden", std::string(90000, 'h'));       // not counted: hidden at the top
+    writeFile(home.path() / "hidden-only/.DS_Store", "h");
+    writeFile(home.path() / "a-file", "not a folder");
+    fs::create_directory_symlink(home.path() / "full", home.path() / "linked");
+    const std::vector<CleanupTarget> targets{target("full", "full"),       target("missing", "missing"),
+                                             target("hidden", "hidden-only"), target("file", "a-file"),
+                                             target("linked", "linked"),    target("absolute", QString::fromStdString((home.path() / "full").native()))};
+    QSignalSpy measuring(&service, &CleanupService::isMeasuringChanged);
+    runTask(service.measure(targets));
+    EXPECT_EQ(measuring.count(), 2);
+    EXPECT_FALSE(service.isMeasuring());
+
+    const auto &states = service.states();
+    EXPECT_EQ(states["full"].childCount, 2);
+    EXPECT_GE(states["full"].bytes, 78000);
+    EXPECT_LT(states["full"].bytes, 90000 + 78000);
+    EXPECT_EQ(states["absolute"].bytes, states["full"].bytes);
+    EXPECT_FALSE(states["missing"].exists);
+    EXPECT_TRUE(states["hidden"].exists);
+    EXPECT_EQ(states["hidden"].bytes, 0);
+    EXPECT_EQ(states["hidden"].childCount, 0);
+    EXPECT_TRUE(states["file"].exists);
+    EXPECT_EQ(states["file"].childCount, 0);
+    EXPECT_TRUE(states["linked"].exists);
+    EXPECT_EQ(states["linked"].bytes, 0);
+    EXPECT_EQ(states["linked"].childCount, 0);
+}
+
+TEST_F(Cleaning, NothingToCleanMeansNoLogEntry)
+{
+    writeFile(home.path() / "hidden-only/.keep", "stay");
+    writeFile(home.path() / "zero/empty-file", "");
+    writeFile(home.path() / "real/stuff", std::string(10000, 'r'));
+    fs::create_directory_symlink(home.path() / "real", home.path() / "linked");
+    EXPECT_EQ(clean({target("missing", "missing"), target("hidden", "hidden-only"), target("zero", "zero"),
+                     target("linked", "linked")}),
+              0);
+    EXPECT_TRUE(history.entries().empty());
+    EXPECT_EQ(readFile(home.path() / "hidden-only/.keep"), "stay");
+    EXPECT_TRUE(fs::exists(home.path() / "zero/empty-file"));
+    EXPECT_TRUE(fs::is_symlink(home.path() / "linked"));
+    EXPECT_EQ(readFile(home.path() / "real/stuff"), std::string(10000, 'r'));
+    EXPECT_EQ(clean({}), 0);
+    EXPECT_EQ(service.lastReclaimedBytes(), 0);
+    EXPECT_TRUE(history.entries().empty());
+}
+
+TEST_F(Cleaning, CleanEmptiesTheFolderKeepsItAndLogsWhatWent)
+{
+    const fs::path cache = home.path() / "Library/Caches/Firefox";
+    writeFile(cache / "cache2/entries/A1", std::string(40000, 'a'));
+    writeFile(cache / "startupCache", std::string(12000, 'b'));
+    writeFile(cache / ".parentlock", "lock");
+    const fs::path outside = home.path() / "Projects/keep-me";
+    writeFile(outside / "source.c", "int main(){}");
+    fs::create_directory_symlink(outside, cache / "link-out");
+    const std::string before = describeTree(cache);
+
+    const qint64 total = clean({target("ff", "Library/Caches/Firefox"), target("ff-again", "Library/Caches/Firefox")});
+    EXPECT_GT(total, 52000);
+    EXPECT_EQ(service.lastReclaimedBytes(), total);
+    EXPECT_TRUE(fs::is_directory(cache)); // the folder itself stays
+    EXPECT_EQ(readFile(cache / ".parentlock"), "lock");
+    EXPECT_EQ(readFile(outside / "source.c"), "int main(){}"); // the link went, not what it points to
+    ASSERT_EQ(history.entries().size(), 1u);
+    const CleanupHistoryEntry &entry = history.entries().front();
+    EXPECT_EQ(entry.summary, "Test profile cleanup");
+    EXPECT_EQ(entry.kind, CleanupHistoryEntry::Kind::ProfileCleanup);
+    EXPECT_EQ(entry.items.size(), 3u); // the second row found the folder empty
+    EXPECT_EQ(entry.bytesReclaimed, total);
+    qint64 sum = 0;
+    for (const auto &item : entry.items) {
+        ASSERT_TRUE(item.trashedPath.has_value());
+        EXPECT_TRUE(fs::exists(fs::symlink_status(*item.trashedPath)));
+        sum += item.bytes;
+    }
+    EXPECT_EQ(sum, total);
+    EXPECT_EQ(service.states()["ff"].childCount, 0); // measured again after emptying
+
+    const ProcessRun listed = runProcess("trash-list", {});
+    EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString((cache / "startupCache").native()))) << listed.out.toStdString();
+
+    const auto counts = history.restore(entry.id);
+    EXPECT_EQ(counts.restored, 3);
+    EXPECT_EQ(counts.failed, 0);
+    EXPECT_EQ(describeTree(cache), before); // byte for byte, links and all
+    EXPECT_TRUE(fs::is_empty(home.trash() / "info"));
+}
+
+TEST_F(Cleaning, DeleteImmediatelyLeavesNoTrashedPathYetIsActive)
+{
+    writeFile(home.path() / "npm/_cacache/index", std::string(30000, 'i'));
+    const qint64 total = clean({target("npm", "npm")}, true);
+    EXPECT_GT(total, 0);
+    EXPECT_FALSE(fs::exists(home.path() / "npm/_cacache"));
+    EXPECT_TRUE(!fs::exists(home.trash() / "files") || fs::is_empty(home.trash() / "files"));
+    ASSERT_EQ(history.entries().size(), 1u);
+    EXPECT_FALSE(history.entries().front().items.front().trashedPath.has_value());
+    EXPECT_EQ(history.entries().front().status, CleanupHistoryEntry::Status::Active);
+}
+
+TEST_F(Cleaning, ProtectedEntryStaysAndIsLeftOutOfTotalAndLog)
+{
+    const fs::path folder = home.path() / "Library/Caches/Homebrew";
+    writeFile(folder / "protected.tar.gz", std::string(60000, 'p'));
+    writeFile(folder / "free.tar.gz", std::string(20000, 'f'));
+    if (!setImmutable(folder / "protected.tar.gz", true))
+        GTEST_SKIP() << "this file system or user can't set the immutable flag";
+    const qint64 freeBytes = platform::walkTree(folder / "free.tar.gz").allocatedBytes;
+
+    const qint64 total = clean({target("brew", "Library/Caches/Homebrew")});
+    setImmutable(folder / "protected.tar.gz", false);
+
+    EXPECT_EQ(total, freeBytes);
+    EXPECT_EQ(readFile(folder / "protected.tar.gz"), std::string(60000, 'p'));
+    EXPECT_FALSE(fs::exists(folder / "free.tar.gz"));
+    ASSERT_EQ(history.entries().size(), 1u);
+    ASSERT_EQ(history.entries().front().items.size(), 1u);
+    EXPECT_EQ(history.entries().front().items.front().originalPath, folder / "free.tar.gz");
+    EXPECT_EQ(service.states()["brew"].childCount, 1); // the second measurement still sees it
+}
