@@ -78,6 +78,7 @@ CleanupService::TrashResult CleanupService::emptyFolder(const fs::path &folder, 
 void CleanupService::store(const CleanupTargetState &state)
 {
     m_states.insert(state.target.id, state);
+    ++m_statesRevision;
     emit statesChanged();
     emit stateStored(state.target.id);
 }

@@ -30,6 +30,8 @@ class CleanupService : public QObject {
     Q_OBJECT
     Q_PROPERTY(qint64 lastReclaimedBytes READ lastReclaimedBytes NOTIFY lastReclaimedBytesChanged)
     Q_PROPERTY(bool isMeasuring READ isMeasuring NOTIFY isMeasuringChanged)
+    // Changes whenever a state is stored, for screens that read stateOf().
+    Q_PROPERTY(int statesRevision READ statesRevision NOTIFY statesChanged)
 
 public:
     struct TrashResult {
@@ -43,6 +45,7 @@ public:
     [[nodiscard]] const QHash<QString, CleanupTargetState> &states() const { return m_states; }
     [[nodiscard]] qint64 lastReclaimedBytes() const { return m_lastReclaimedBytes; }
     [[nodiscard]] bool isMeasuring() const { return m_isMeasuring; }
+    [[nodiscard]] int statesRevision() const { return m_statesRevision; }
 
     // Measures every target at once; states fill in as each one finishes.
     QCoro::Task<void> measure(std::vector<CleanupTarget> targets);
@@ -80,6 +83,7 @@ private:
     QHash<QString, CleanupTargetState> m_states;
     qint64 m_lastReclaimedBytes = 0;
     bool m_isMeasuring = false;
+    int m_statesRevision = 0;
 };
 
 // The targets named by ids, in the order given; unknown ids are left out.

@@ -117,6 +117,13 @@ ScrollView {
             }
         }
 
+        HiddenSpaceCardView {
+            objectName: "hiddenSpaceCard"
+            Layout.fillWidth: true
+            Layout.leftMargin: Theme.pageMargin
+            Layout.rightMargin: Theme.pageMargin
+        }
+
         Item { Layout.preferredHeight: Theme.pageMargin }
     }
 }

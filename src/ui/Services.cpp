@@ -45,6 +45,36 @@ QString Format::sizeUnit(qint64 bytes)
     return splitFormattedSize(formatBytes(bytes)).unit;
 }
 
+QVariantList Catalogue::profiles()
+{
+    QVariantList list;
+    for (const CleanupProfile profile : allCleanupProfiles) {
+        list.append(QVariantMap{{QStringLiteral("id"), rawValue(profile)},
+                                {QStringLiteral("displayName"), displayName(profile)},
+                                {QStringLiteral("tagline"), tagline(profile)},
+                                {QStringLiteral("icon"), iconName(profile)},
+                                {QStringLiteral("tint"), tintName(profile)}});
+    }
+    return list;
+}
+
+QVariantList Catalogue::targets(const QString &profileId)
+{
+    QVariantList list;
+    const auto profile = cleanupProfileFromRaw(profileId);
+    if (!profile)
+        return list;
+    for (const CleanupTarget &target : tessoly::targets(*profile)) {
+        list.append(QVariantMap{{QStringLiteral("id"), target.id},
+                                {QStringLiteral("name"), target.name},
+                                {QStringLiteral("description"), target.description},
+                                {QStringLiteral("icon"), target.icon},
+                                {QStringLiteral("safety"), label(target.safety)},
+                                {QStringLiteral("safetyTint"), tintName(target.safety)}});
+    }
+    return list;
+}
+
 void registerBundledFonts()
 {
     QDirIterator fonts(QStringLiteral(":/fonts"));

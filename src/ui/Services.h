@@ -2,6 +2,9 @@
 
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryModel.h"
+#include "cleaning/CleanupService.h"
+#include "cleaning/HiddenSpaceCard.h"
+#include "cleaning/MaintenanceService.h"
 #include "core/OnboardingState.h"
 #include "core/SettingsStore.h"
 #include "core/TessolyApp.h"
@@ -25,6 +28,9 @@ class Services : public QObject {
     Q_PROPERTY(tessoly::OnboardingState *onboarding READ onboarding CONSTANT)
     Q_PROPERTY(tessoly::SettingsStore *settings READ settings CONSTANT)
     Q_PROPERTY(tessoly::CleanupHistoryModel *history READ history CONSTANT)
+    Q_PROPERTY(tessoly::MaintenanceService *maintenance READ maintenance CONSTANT)
+    Q_PROPERTY(tessoly::CleanupService *cleanup READ cleanup CONSTANT)
+    Q_PROPERTY(tessoly::HiddenSpaceCard *hiddenSpace READ hiddenSpace CONSTANT)
     Q_PROPERTY(QString homePath READ homePath CONSTANT)
 
 public:
@@ -36,6 +42,9 @@ public:
     [[nodiscard]] OnboardingState *onboarding() const { return m_app->onboarding(); }
     [[nodiscard]] SettingsStore *settings() const { return m_app->settings(); }
     [[nodiscard]] CleanupHistoryModel *history() const { return m_app->historyModel(); }
+    [[nodiscard]] MaintenanceService *maintenance() const { return m_app->maintenance(); }
+    [[nodiscard]] CleanupService *cleanup() const { return m_app->cleanup(); }
+    [[nodiscard]] HiddenSpaceCard *hiddenSpace() const { return m_app->hiddenSpace(); }
     [[nodiscard]] QString homePath() const { return m_app->homePath(); }
 
     Q_INVOKABLE void reveal(const QString &path) { m_app->reveal(path); }
@@ -58,6 +67,20 @@ public:
     Q_INVOKABLE static QString sizeUnit(qint64 bytes);
 };
 
+// The cleanup catalogue as the screens list it.
+class Catalogue : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    using QObject::QObject;
+    // [{id, displayName, tagline, icon, tint}] in declared order.
+    Q_INVOKABLE static QVariantList profiles();
+    // [{id, name, description, icon, safety, safetyTint}] in catalogue order.
+    Q_INVOKABLE static QVariantList targets(const QString &profileId);
+};
+
 // Fonts bundled with the app (Inter for text, Material Icons for symbols).
 void registerBundledFonts();
 
@@ -75,6 +98,21 @@ struct SettingsStoreForeign {
 struct OnboardingStateForeign {
     Q_GADGET
     QML_FOREIGN(tessoly::OnboardingState)
+    QML_ANONYMOUS
+};
+struct CleanupServiceForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::CleanupService)
+    QML_ANONYMOUS
+};
+struct MaintenanceServiceForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::MaintenanceService)
+    QML_ANONYMOUS
+};
+struct HiddenSpaceCardForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::HiddenSpaceCard)
     QML_ANONYMOUS
 };
 struct CleanupHistoryModelForeign {

@@ -12,6 +12,7 @@ Item {
     readonly property var sections: [
         { key: "overview", label: "Overview", icon: "sparkles.rectangle.stack" },
         { key: "explore", label: "Explore", icon: "magnifyingglass" },
+        { key: "profiles", label: "Profiles", icon: "person.crop.square.filled.and.at.rectangle" },
         { key: "activity", label: "Activity", icon: "clock.arrow.circlepath" }
     ]
 
@@ -44,6 +45,7 @@ Item {
 
             OverviewView { objectName: "overviewView" }
             ExploreView { objectName: "exploreView" }
+            ProfilesView { objectName: "profilesView" }
             ActivityView { objectName: "activityView" }
         }
     }

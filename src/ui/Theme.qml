@@ -15,6 +15,8 @@ QtObject {
     readonly property color red: "#F43F5E"
     readonly property color orange: "#F59E0B"
     readonly property color yellow: "#EAB308"
+    readonly property color purple: "#A855F7"
+    readonly property color blue: "#3B82F6"
 
     // Neutrals.
     readonly property color text: dark ? "#F1F5F9" : "#0F172A"
@@ -60,6 +62,8 @@ QtObject {
         case "green": return green
         case "orange": return orange
         case "yellow": return yellow
+        case "purple": return purple
+        case "blue": return blue
         default: return tertiaryText
         }
     }

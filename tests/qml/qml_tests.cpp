@@ -109,6 +109,14 @@ public:
         DiskScannerTestAccess::setBigFiles(*m_app->scanner(), rows);
     }
 
+    // Browser caches for the Everyday Mac profile: Chrome 3 items, Firefox 1 item.
+    Q_INVOKABLE void seedCaches()
+    {
+        for (const char *name : {"data_0", "data_1", "index"})
+            test::writeFile(m_home.path() / "Library/Caches/Google/Chrome" / name, std::string(200'000, 'c'));
+        test::writeFile(m_home.path() / "Library/Caches/Firefox/cache2/blob", std::string(100'000, 'f'));
+    }
+
     // A cleanup of three cache folders, really in the Trash; returns the first original path.
     Q_INVOKABLE QString seedHistory()
     {

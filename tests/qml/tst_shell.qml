@@ -43,6 +43,7 @@ Item {
             verify(findChild(shell, "section_overview"))
             verify(findChild(shell, "section_explore"))
             verify(findChild(shell, "section_activity"))
+            verify(findChild(shell, "section_profiles"))
             select("explore")
             verify(findChild(shell, "exploreView").visible)
             select("activity")

@@ -79,6 +79,10 @@ std::unique_ptr<Platform> makeLinuxPlatform()
     platform->volumes = std::make_unique<StatvfsVolumeInfo>();
     platform->revealer = std::make_unique<FileManagerRevealer>();
     platform->processes = std::make_unique<QtProcessRunner>();
+    // Linux keeps no local snapshots. A program that answers like the macOS
+    // snapshot tool can be named here (for demos and end-to-end checks).
+    if (const QByteArray tool = qgetenv("TESSOLY_SNAPSHOT_TOOL"); !tool.isEmpty())
+        platform->snapshotTool = std::filesystem::path(tool.toStdString());
     return platform;
 }
 
