@@ -11,7 +11,7 @@ ColumnLayout {
 
     Rectangle {
         Layout.alignment: Qt.AlignHCenter
-        width: 64; height: 64; radius: 20
+        implicitWidth: 64; implicitHeight: 64; radius: 20
         color: Theme.selection
         Icon { anchors.centerIn: parent; name: iconName; size: 32; color: Theme.indigo }
     }

@@ -19,7 +19,7 @@ Card {
         RowLayout {
             spacing: 12
             Rectangle {
-                width: 40; height: 40; radius: 12
+                implicitWidth: 40; implicitHeight: 40; radius: 12
                 color: Qt.rgba(Theme.violet.r, Theme.violet.g, Theme.violet.b, 0.13)
                 Icon { anchors.centerIn: parent; name: "externaldrive.fill.badge.timemachine"; size: 22; color: Theme.violet }
             }

@@ -46,7 +46,7 @@ Rectangle {
             spacing: 12
             TapHandler { onTapped: row.toggled() }
             Rectangle {
-                width: 38; height: 38; radius: 11
+                implicitWidth: 38; implicitHeight: 38; radius: 11
                 color: Qt.rgba(Theme.tint(row.kindTint).r, Theme.tint(row.kindTint).g, Theme.tint(row.kindTint).b, 0.13)
                 Icon { anchors.centerIn: parent; name: row.kindIcon; size: 20; color: Theme.tint(row.kindTint) }
             }

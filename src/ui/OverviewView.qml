@@ -41,7 +41,7 @@ ScrollView {
                 RowLayout {
                     spacing: 10
                     Rectangle {
-                        width: 34; height: 34; radius: 10
+                        implicitWidth: 34; implicitHeight: 34; radius: 10
                         color: Theme.selection
                         Icon { anchors.centerIn: parent; name: "internaldrive"; size: 20; color: Theme.indigo }
                     }

@@ -35,7 +35,7 @@ Rectangle {
             color: row.ticked ? Theme.indigo : Theme.mutedText
         }
         Rectangle {
-            width: 34; height: 34; radius: 10
+            implicitWidth: 34; implicitHeight: 34; radius: 10
             color: Theme.selection
             Icon { anchors.centerIn: parent; name: row.modelData.icon; size: 18; color: Theme.indigo }
         }

@@ -112,7 +112,7 @@ Item {
                         width: parent.width
                         spacing: 8
                         Rectangle {
-                            width: 40; height: 40; radius: 12
+                            implicitWidth: 40; implicitHeight: 40; radius: 12
                             color: Qt.rgba(Theme.tint(profileCard.modelData.tint).r, Theme.tint(profileCard.modelData.tint).g,
                                            Theme.tint(profileCard.modelData.tint).b, 0.14)
                             Icon { anchors.centerIn: parent; name: profileCard.modelData.icon; size: 22; color: Theme.tint(profileCard.modelData.tint) }

@@ -31,7 +31,7 @@ Rectangle {
             Layout.leftMargin: 4
             Rectangle {
                 id: brandMark
-                width: 36; height: 36; radius: 11
+                implicitWidth: 36; implicitHeight: 36; radius: 11
                 gradient: Gradient {
                     orientation: Gradient.Horizontal
                     GradientStop { position: 0; color: Theme.indigo }

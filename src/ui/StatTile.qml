@@ -15,7 +15,7 @@ Card {
         width: parent.width
         spacing: 12
         Rectangle {
-            width: 40; height: 40; radius: 12
+            implicitWidth: 40; implicitHeight: 40; radius: 12
             color: Qt.rgba(tint.r, tint.g, tint.b, 0.12)
             Icon { anchors.centerIn: parent; name: iconName; size: 22; color: tint }
         }
