@@ -5,6 +5,7 @@
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/LinuxPlatform.h"
 
+#include <QTest>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -110,11 +111,16 @@ TEST_F(Snapshots, PurgeableNeverBelowZeroAndTheCardsThreshold)
     DiskScanner scanner(home.path(), volumes, trash);
     HiddenSpaceCard card(service, scanner);
     volumes.available = 0;
+    // appear() lists the snapshots in the background: wait for each listing to end.
+    const auto appear = [&] {
+        card.appear();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !service.isLoadingSnapshots(); }));
+    };
     volumes.important = HiddenSpaceCard::kShowThreshold - 1;
-    card.appear();
+    appear();
     EXPECT_FALSE(card.isShown());
     volumes.important = HiddenSpaceCard::kShowThreshold;
-    card.appear();
+    appear();
     EXPECT_TRUE(card.isShown());
     EXPECT_EQ(card.detail(), "macOS calls this space \"available\" but it's still occupied by evictable system data.");
 }

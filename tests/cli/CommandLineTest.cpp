@@ -108,3 +108,57 @@ TEST_F(Cli, UnreadableHistoryNeverStopsTheProgram)
     EXPECT_TRUE(run.out.startsWith("Nothing here yet."));
     EXPECT_EQ(readFile(home.historyFile()), "\xff\xfe garbage");
 }
+
+TEST_F(Cli, MeasureAndCleanAProfileThenRestoreIt)
+{
+    const fs::path chrome = home.path() / "Library/Caches/Google/Chrome";
+    writeFile(chrome / "Default/Cache/data_0", std::string(300000, 'c'));
+    writeFile(chrome / "Default/Cache/data_1", std::string(100000, 'd'));
+    writeFile(chrome / ".hidden-top", "stays");
+    const std::string before = describeTree(chrome);
+
+    const ProcessRun measured = runTessoly({"measure", "generalUser", "--json"});
+    ASSERT_EQ(measured.exitCode, 0) << measured.err.toStdString();
+    const QJsonArray rows = QJsonDocument::fromJson(measured.out).object().value("targets").toArray();
+    ASSERT_EQ(rows.size(), 5);
+    EXPECT_EQ(rows[0].toObject().value("id").toString(), "user.chrome");
+    EXPECT_TRUE(rows[0].toObject().value("present").toBool());
+    EXPECT_EQ(rows[0].toObject().value("items").toInt(), 1);
+    EXPECT_FALSE(rows[1].toObject().value("present").toBool());
+    EXPECT_TRUE(runTessoly({"measure"}).out.contains("Not present"));
+
+    const ProcessRun cleaned = runTessoly({"clean", "generalUser", "--only", "user.chrome,user.safari"});
+    ASSERT_EQ(cleaned.exitCode, 0) << cleaned.err.toStdString();
+    EXPECT_TRUE(cleaned.out.contains("Moved to the Trash: 1 item")) << cleaned.out.toStdString();
+    EXPECT_TRUE(cleaned.err.isEmpty()); // no progress lines when stderr is no terminal
+    EXPECT_FALSE(fs::exists(chrome / "Default"));
+    EXPECT_EQ(readFile(chrome / ".hidden-top"), "stays");
+    const qsizetype at = cleaned.out.indexOf("tessoly restore ");
+    ASSERT_GE(at, 0);
+    const QString id = QString::fromUtf8(cleaned.out.mid(at + 16).trimmed());
+
+    const ProcessRun restored = runTessoly({"restore", id});
+    EXPECT_EQ(restored.out, "Restored 1 item from Trash.\n");
+    EXPECT_EQ(describeTree(chrome), before);
+
+    EXPECT_EQ(runTessoly({"clean", "generalUser", "--only", "ios.derived"}).exitCode, 2);
+    EXPECT_EQ(runTessoly({"clean", "gamer"}).exitCode, 2);
+    EXPECT_EQ(runTessoly({"measure", "--only", "x"}).exitCode, 2);
+}
+
+TEST_F(Cli, SnapshotsThroughANamedTool)
+{
+    const fs::path tool = home.path() / "fake-tmutil";
+    writeFile(tool, "#!/bin/sh\n[ \"$1\" = listlocalsnapshots ] && printf 'Snapshots for disk /:\\n"
+                    "com.apple.TimeMachine.2026-11-20-101500.local\\n'\nexit 0\n");
+    fs::permissions(tool, fs::perms::owner_all);
+    qputenv("TESSOLY_SNAPSHOT_TOOL", QByteArray::fromStdString(tool.native()));
+    const ProcessRun listed = runTessoly({"snapshots"});
+    const ProcessRun reclaimed = runTessoly({"reclaim", "--bytes", "1000", "--json"});
+    qunsetenv("TESSOLY_SNAPSHOT_TOOL");
+    EXPECT_EQ(listed.exitCode, 0);
+    EXPECT_TRUE(listed.out.startsWith("2026-11-20-101500\n")) << listed.out.toStdString();
+    EXPECT_EQ(QJsonDocument::fromJson(reclaimed.out).object().value("snapshotsLeft").toInt(), 1);
+    EXPECT_TRUE(runTessoly({"snapshots"}).out.startsWith("No local snapshots."));
+    EXPECT_EQ(runTessoly({"reclaim", "--bytes", "lots"}).exitCode, 2);
+}
