@@ -19,17 +19,10 @@ class SettingsStore;
 
 // The owner of the service graph: builds every long-lived service once, in
 // a fixed order, and hands each the collaborators it needs. The window and
-// the command line both run on one of these.
+// the command line both run on one of these; the screens reach it through
+// the Services singleton.
 class TessolyApp : public QObject {
     Q_OBJECT
-    Q_PROPERTY(tessoly::DiskScanner *scanner READ scanner CONSTANT)
-    Q_PROPERTY(tessoly::OnboardingState *onboarding READ onboarding CONSTANT)
-    Q_PROPERTY(tessoly::SettingsStore *settings READ settings CONSTANT)
-    Q_PROPERTY(tessoly::CleanupHistoryModel *history READ historyModel CONSTANT)
-    Q_PROPERTY(tessoly::MaintenanceService *maintenance READ maintenance CONSTANT)
-    Q_PROPERTY(tessoly::CleanupService *cleanup READ cleanup CONSTANT)
-    Q_PROPERTY(tessoly::HiddenSpaceCard *hiddenSpace READ hiddenSpace CONSTANT)
-    Q_PROPERTY(QString homePath READ homePath CONSTANT)
 
 public:
     // The history is the process-wide log unless a store is given (tests).
