@@ -35,6 +35,7 @@ Item {
             StatTile {
                 objectName: "totalReclaimed"
                 Layout.fillWidth: true
+                Layout.preferredWidth: 1 // three equal columns
                 caption: "Total reclaimed"
                 value: Format.bytes(view.history.totalReclaimed)
                 iconName: "sparkles"
@@ -43,6 +44,7 @@ Item {
             StatTile {
                 objectName: "operations"
                 Layout.fillWidth: true
+                Layout.preferredWidth: 1 // three equal columns
                 caption: "Operations"
                 value: String(view.history.operations)
                 iconName: "clock.arrow.circlepath"
@@ -51,6 +53,7 @@ Item {
             StatTile {
                 objectName: "restorable"
                 Layout.fillWidth: true
+                Layout.preferredWidth: 1 // three equal columns
                 caption: "Restorable"
                 value: String(view.history.restorable)
                 iconName: "arrow.uturn.backward"

@@ -1,12 +1,14 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import QtQuick.Window
 import Tessoly
 
 // The one window.
 ApplicationWindow {
     id: window
-    width: 1240
-    height: 800
+    // Comfortable by default, never larger than the screen.
+    width: Math.max(minimumWidth, Math.min(1240, Screen.desktopAvailableWidth))
+    height: Math.max(minimumHeight, Math.min(800, Screen.desktopAvailableHeight))
     minimumWidth: 980
     minimumHeight: 640
     visible: true
