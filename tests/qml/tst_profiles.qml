@@ -19,7 +19,7 @@ Item {
             mouseClick(findChild(view, "profile_" + profileId))
             tryCompare(view, "selectedProfile", profileId)
             tryVerify(() => view.selectedTargetIds.length === view.targets.length, 5000)
-            waitForRendering(view)
+            wait(20) // let the rows lay out
         }
 
         function row(id) {

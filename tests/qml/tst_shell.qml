@@ -102,7 +102,7 @@ Item {
             tryCompare(row, "expanded", true)
             tryCompare(restore, "visible", true)
             verify(!findChild(row, "revealExternal").visible)
-            waitForRendering(list)
+            wait(20) // let the rows lay out
             mouseClick(restore)
 
             tryCompare(findChild(shell, "restorable"), "value", "0")
@@ -117,7 +117,7 @@ Item {
             tryCompare(moved, "expanded", true)
             const reveal = findChild(moved, "revealExternal")
             tryCompare(reveal, "visible", true)
-            waitForRendering(list)
+            wait(20) // let the rows lay out
             mouseClick(reveal)
             compare(Hooks.revealed[Hooks.revealed.length - 1], "/media/Backup/Tessoly Storage/Final Cut")
         }
