@@ -41,7 +41,7 @@ public:
         out += '"';
     }
 
-    void indent(int level) { out += QByteArray(level * 2, ' '); }
+    void indent(int level) { out += QByteArray(qsizetype{level} * 2, ' '); }
     void key(int level, const char *name)
     {
         indent(level);
@@ -219,7 +219,7 @@ std::optional<CleanupHistoryEntry> decodeEntry(const QJsonValue &value)
     entry.summary = *summary;
     entry.bytesReclaimed = *bytes;
     entry.status = *status;
-    for (const QJsonValue &itemValue : items.toArray()) {
+    for (const QJsonValue itemValue : items.toArray()) {
         auto item = decodeItem(itemValue);
         if (!item)
             return std::nullopt;
@@ -251,7 +251,7 @@ std::optional<std::vector<CleanupHistoryEntry>> decodeHistory(const QByteArray &
     if (error.error != QJsonParseError::NoError || !document.isArray())
         return std::nullopt;
     std::vector<CleanupHistoryEntry> entries;
-    for (const QJsonValue &value : document.array()) {
+    for (const QJsonValue value : document.array()) {
         auto entry = decodeEntry(value);
         if (!entry)
             return std::nullopt;

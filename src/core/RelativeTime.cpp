@@ -12,7 +12,7 @@ QString formatRelativeTime(const QDateTime &when, const QDateTime &now)
         const char *name;
         qint64 seconds;
     };
-    static constexpr Unit units[] = {{"year", 365 * 86400}, {"month", 30 * 86400}, {"week", 7 * 86400},
+    static constexpr Unit units[] = {{"year", qint64{365} * 86400}, {"month", qint64{30} * 86400}, {"week", qint64{7} * 86400},
                                      {"day", 86400},        {"hour", 3600},        {"minute", 60},
                                      {"second", 1}};
     qint64 count = 0;

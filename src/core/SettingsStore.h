@@ -89,7 +89,7 @@ signals:
 
 private:
     template <typename T>
-    void update(T &field, const T &value, const char *key, void (SettingsStore::*changed)());
+    void update(T &field, const T &value, const char *name, void (SettingsStore::*changed)());
 
     platform::DefaultsStore &m_defaults;
     bool m_notificationsEnabled = true;

@@ -17,7 +17,7 @@ public:
     // homeTrash: $XDG_DATA_HOME/Trash. uid: the user the trash folders belong to.
     FreedesktopTrash(std::filesystem::path homeTrash, uid_t uid);
 
-    [[nodiscard]] TrashOutcome trashItem(const std::filesystem::path &item) override;
+    [[nodiscard]] TrashOutcome trashItem(const std::filesystem::path &given) override;
     void forgetTrashedItem(const std::filesystem::path &trashedPath) override;
     [[nodiscard]] std::filesystem::path homeTrashFiles() const override { return m_homeTrash / "files"; }
 
