@@ -9,6 +9,14 @@
 #include "core/OnboardingState.h"
 #include "core/PathText.h"
 #include "core/SettingsStore.h"
+#include "moves/ExternalDestinationStore.h"
+#include "moves/ExternalDriveManager.h"
+#include "moves/FolderMover.h"
+#include "moves/MoveController.h"
+#include "moves/MoveFileOperations.h"
+#include "moves/OffloadScanner.h"
+#include "moves/SymlinkInventory.h"
+#include "platform/Prompter.h"
 #include "platform/Platform.h"
 
 namespace tessoly {
@@ -23,13 +31,31 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_onboarding = new OnboardingState(this);
     m_settings = new SettingsStore(*m_platform->defaults, this);
     m_maintenance = new MaintenanceService(home, *m_platform->volumes, *m_platform->processes, m_platform->snapshotTool, this);
+    m_drives = new ExternalDriveManager(*m_platform->mounts, this);
+    m_decliningPrompter = std::make_unique<platform::DecliningPrompter>();
+    m_destinations = new ExternalDestinationStore(*m_platform->defaults, *m_decliningPrompter, *m_platform->revealer, this);
+    m_moveOperations = std::make_unique<MoveFileOperations>(*m_platform->trash, *m_platform->volumes);
+    m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history);
     // Screen-level objects.
     m_cleanup = new CleanupService(home, *m_platform->trash, *m_history, this);
     m_hiddenSpace = new HiddenSpaceCard(*m_maintenance, *m_scanner, this);
     m_historyModel = new CleanupHistoryModel(*m_history, homePath(), this);
+    m_inventory = new SymlinkInventory(*m_history, *m_moveOperations, home, this);
+    m_offload = new OffloadScanner(home, this);
+    m_moveSuggestions = new MoveSuggestions(home, this);
+    m_moveController = new MoveController(*m_drives, *m_destinations, *m_mover, *m_platform->defaults, this);
 }
 
-TessolyApp::~TessolyApp() = default;
+void TessolyApp::setPrompter(platform::Prompter &prompter)
+{
+    m_destinations->setPrompter(prompter);
+}
+
+TessolyApp::~TessolyApp()
+{
+    // The services refer to the platform and the mover: they go first.
+    qDeleteAll(children());
+}
 
 QString TessolyApp::homePath() const
 {

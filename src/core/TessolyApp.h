@@ -7,7 +7,16 @@
 namespace tessoly {
 namespace platform {
 struct Platform;
-}
+class Prompter;
+} // namespace platform
+class ExternalDestinationStore;
+class ExternalDriveManager;
+class FolderMover;
+class MoveController;
+class MoveFileOperations;
+class MoveSuggestions;
+class OffloadScanner;
+class SymlinkInventory;
 class CleanupHistoryModel;
 class CleanupService;
 class HiddenSpaceCard;
@@ -40,7 +49,20 @@ public:
     // The cleanup service of the screens (other services hold their own).
     [[nodiscard]] CleanupService *cleanup() const { return m_cleanup; }
     [[nodiscard]] HiddenSpaceCard *hiddenSpace() const { return m_hiddenSpace; }
+    [[nodiscard]] ExternalDriveManager *drives() const { return m_drives; }
+    [[nodiscard]] ExternalDestinationStore *destinations() const { return m_destinations; }
+    [[nodiscard]] FolderMover &mover() const { return *m_mover; }
+    [[nodiscard]] MoveFileOperations &moveOperations() const { return *m_moveOperations; }
+    [[nodiscard]] SymlinkInventory *inventory() const { return m_inventory; }
+    [[nodiscard]] OffloadScanner *offload() const { return m_offload; }
+    [[nodiscard]] MoveSuggestions *moveSuggestions() const { return m_moveSuggestions; }
+    // The move sheet's controller.
+    [[nodiscard]] MoveController *moveController() const { return m_moveController; }
     [[nodiscard]] QString homePath() const;
+
+    // Who answers the grant panel and alerts: the window's dialogs or the
+    // terminal. Until one is set, every question is declined.
+    void setPrompter(platform::Prompter &prompter);
 
     // The window's start task: fresh figures, then the tour on first launch.
     Q_INVOKABLE void start();
@@ -48,6 +70,9 @@ public:
 
 private:
     std::unique_ptr<platform::Platform> m_platform;
+    std::unique_ptr<platform::Prompter> m_decliningPrompter;
+    std::unique_ptr<MoveFileOperations> m_moveOperations;
+    std::unique_ptr<FolderMover> m_mover;
     CleanupHistoryStore *m_history = nullptr;
     // Services, in construction order; all are children of this object.
     DiskScanner *m_scanner = nullptr;
@@ -57,6 +82,12 @@ private:
     CleanupService *m_cleanup = nullptr;
     CleanupHistoryModel *m_historyModel = nullptr;
     HiddenSpaceCard *m_hiddenSpace = nullptr;
+    ExternalDriveManager *m_drives = nullptr;
+    ExternalDestinationStore *m_destinations = nullptr;
+    SymlinkInventory *m_inventory = nullptr;
+    OffloadScanner *m_offload = nullptr;
+    MoveSuggestions *m_moveSuggestions = nullptr;
+    MoveController *m_moveController = nullptr;
 };
 
 } // namespace tessoly

@@ -2,6 +2,7 @@
 
 #include "platform/DefaultsStore.h"
 #include "platform/Locations.h"
+#include "platform/MountedVolumes.h"
 #include "platform/ProcessRunner.h"
 #include "platform/Revealer.h"
 #include "platform/Trash.h"
@@ -22,6 +23,7 @@ struct Platform {
     std::unique_ptr<Trash> trash;
     std::unique_ptr<Revealer> revealer;
     std::unique_ptr<ProcessRunner> processes;
+    std::unique_ptr<MountedVolumes> mounts;
     // The local snapshot tool, where the system has one.
     std::optional<std::filesystem::path> snapshotTool;
 };

@@ -3,6 +3,7 @@
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonDefaultsStore.h"
 #include "platform/linux/LinuxLocations.h"
+#include "platform/linux/LinuxMountedVolumes.h"
 
 #include <QCoroDBus>
 #include <QCoroProcess>
@@ -79,6 +80,12 @@ std::unique_ptr<Platform> makeLinuxPlatform()
     platform->volumes = std::make_unique<StatvfsVolumeInfo>();
     platform->revealer = std::make_unique<FileManagerRevealer>();
     platform->processes = std::make_unique<QtProcessRunner>();
+    // Drives are mounted under these folders; more can be named for demos and tests.
+    std::vector<std::filesystem::path> externalRoots{"/media", "/run/media", "/mnt"};
+    for (const QByteArray &root : qgetenv("TESSOLY_EXTERNAL_ROOTS").split(':'))
+        if (!root.isEmpty())
+            externalRoots.emplace_back(root.toStdString());
+    platform->mounts = std::make_unique<LinuxMountedVolumes>("/proc/self/mountinfo", std::move(externalRoots));
     // Linux keeps no local snapshots. A program that answers like the macOS
     // snapshot tool can be named here (for demos and end-to-end checks).
     if (const QByteArray tool = qgetenv("TESSOLY_SNAPSHOT_TOOL"); !tool.isEmpty())

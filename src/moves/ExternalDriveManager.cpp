@@ -1,0 +1,70 @@
+#include "moves/ExternalDriveManager.h"
+
+#include "core/PathText.h"
+
+#include <QCoroFuture>
+#include <QPointer>
+#include <QtConcurrent>
+
+namespace tessoly {
+
+ExternalDriveManager::ExternalDriveManager(platform::MountedVolumes &volumes, QObject *parent)
+    : QObject(parent)
+    , m_volumes(volumes)
+{
+    startRefresh();
+    QPointer<ExternalDriveManager> self(this);
+    m_volumes.watch([self] {
+        if (self)
+            self->startRefresh();
+    });
+}
+
+std::vector<ExternalDrive> ExternalDriveManager::supportedDrives() const
+{
+    std::vector<ExternalDrive> supported;
+    std::copy_if(m_drives.begin(), m_drives.end(), std::back_inserter(supported),
+                 [](const ExternalDrive &drive) { return drive.isSupported; });
+    return supported;
+}
+
+const ExternalDrive *ExternalDriveManager::drive(const QString &id) const
+{
+    for (const ExternalDrive &drive : m_drives)
+        if (pathToText(drive.id) == id || drive.name == id)
+            return &drive;
+    return nullptr;
+}
+
+QVariantList ExternalDriveManager::driveList() const
+{
+    QVariantList list;
+    for (const ExternalDrive &drive : m_drives)
+        list.append(toVariant(drive));
+    return list;
+}
+
+namespace {
+std::vector<ExternalDrive> listDrives(const platform::MountedVolumes *volumes)
+{
+    return qualifyDrives(volumes->mountedVolumes());
+}
+} // namespace
+
+QCoro::Task<void> ExternalDriveManager::refresh()
+{
+    m_isRefreshing = true;
+    emit isRefreshingChanged();
+    std::vector<ExternalDrive> drives = co_await QtConcurrent::run(listDrives, &m_volumes);
+    m_drives = std::move(drives);
+    m_isRefreshing = false;
+    emit drivesChanged();
+    emit isRefreshingChanged();
+}
+
+void ExternalDriveManager::startRefresh()
+{
+    refresh();
+}
+
+} // namespace tessoly

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "moves/MoveTypes.h"
+
+#include <QCoroTask>
+#include <QDateTime>
+#include <QObject>
+#include <QUuid>
+#include <QVariantList>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+namespace tessoly {
+
+class CleanupHistoryStore;
+class MoveFileOperations;
+
+// One item that was moved to an external drive, and how it stands now.
+struct SymlinkRecord {
+    enum class Status { Active, ExternalMissing, SymlinkMissing, Broken };
+    QUuid id; // the history item's id
+    std::filesystem::path originalPath;
+    std::filesystem::path externalPath;
+    qint64 bytes = 0;
+    QDateTime movedAt;
+    Status status = Status::Broken;
+    friend bool operator==(const SymlinkRecord &, const SymlinkRecord &) = default;
+};
+
+[[nodiscard]] QString rawValue(SymlinkRecord::Status status);
+[[nodiscard]] QString label(SymlinkRecord::Status status);
+
+// Everything ever moved out, rebuilt from the history and the file system at
+// each refresh, and the way back for each of it.
+class SymlinkInventory : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QVariantList records READ recordList NOTIFY recordsChanged)
+    Q_PROPERTY(bool isRefreshing READ isRefreshing NOTIFY isRefreshingChanged)
+    Q_PROPERTY(qint64 totalBytes READ totalBytes NOTIFY recordsChanged)
+    Q_PROPERTY(int activeCount READ activeCount NOTIFY recordsChanged)
+    Q_PROPERTY(int attentionCount READ attentionCount NOTIFY recordsChanged)
+
+public:
+    SymlinkInventory(CleanupHistoryStore &history, MoveFileOperations &operations, std::filesystem::path home,
+                     QObject *parent = nullptr);
+
+    [[nodiscard]] const std::vector<SymlinkRecord> &records() const { return m_records; }
+    [[nodiscard]] const SymlinkRecord *record(const QUuid &id) const;
+    [[nodiscard]] QVariantList recordList() const;
+    [[nodiscard]] bool isRefreshing() const { return m_isRefreshing; }
+    [[nodiscard]] qint64 totalBytes() const;
+    [[nodiscard]] int activeCount() const;
+    [[nodiscard]] int attentionCount() const { return static_cast<int>(m_records.size()) - activeCount(); }
+
+    Q_INVOKABLE void refresh();
+    // Puts the moved item back in place of its symlink; nothing on success.
+    QCoro::Task<std::optional<BringBackError>> bringBack(SymlinkRecord record);
+
+signals:
+    void recordsChanged();
+    void isRefreshingChanged();
+
+private:
+    CleanupHistoryStore &m_history;
+    MoveFileOperations &m_operations;
+    std::filesystem::path m_home;
+    std::vector<SymlinkRecord> m_records;
+    bool m_isRefreshing = false;
+};
+
+} // namespace tessoly

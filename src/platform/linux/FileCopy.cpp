@@ -1,0 +1,275 @@
+#include "platform/FileCopy.h"
+
+#include "core/PathText.h"
+#include "platform/AtomicFile.h"
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <map>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace tessoly::platform {
+namespace fs = std::filesystem;
+
+namespace {
+
+class Fd {
+public:
+    explicit Fd(int fd = -1) : m_fd(fd) {}
+    ~Fd() { reset(); }
+    Fd(const Fd &) = delete;
+    Fd &operator=(const Fd &) = delete;
+    Fd(Fd &&other) noexcept : m_fd(other.m_fd) { other.m_fd = -1; }
+    [[nodiscard]] int get() const { return m_fd; }
+    [[nodiscard]] bool ok() const { return m_fd >= 0; }
+    int release()
+    {
+        const int fd = m_fd;
+        m_fd = -1;
+        return fd;
+    }
+    void reset()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+        m_fd = -1;
+    }
+
+private:
+    int m_fd;
+};
+
+struct CopyFailure {
+    int error = 0;
+    std::string relativePath;
+};
+
+class TreeCopier {
+public:
+    std::optional<CopyFailure> copyRoot(const fs::path &source, const fs::path &target)
+    {
+        Fd sourceParent(::open(source.parent_path().empty() ? "." : source.parent_path().c_str(),
+                               O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        Fd targetParent(::open(target.parent_path().empty() ? "." : target.parent_path().c_str(),
+                               O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!sourceParent.ok())
+            return CopyFailure{errno, {}};
+        if (!targetParent.ok())
+            return CopyFailure{errno, {}};
+        m_targetParent = targetParent.get();
+        auto failure = copyEntry(sourceParent.get(), source.filename(), targetParent.get(), target.filename(),
+                                 target.filename().string());
+        if (failure)
+            return failure;
+        // The caller deletes the original next: the copy must be on the disk first.
+        if (::syncfs(targetParent.get()) != 0)
+            return CopyFailure{errno, {}};
+        return std::nullopt;
+    }
+
+private:
+    std::optional<CopyFailure> copyEntry(int sourceDir, const fs::path &name, int targetDir, const fs::path &targetName,
+                                         const std::string &relative)
+    {
+        struct stat st{};
+        if (::fstatat(sourceDir, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
+            return CopyFailure{errno, relative};
+        if (S_ISDIR(st.st_mode))
+            return copyFolder(sourceDir, name, st, targetDir, targetName, relative);
+        if (S_ISREG(st.st_mode))
+            return copyFile(sourceDir, name, st, targetDir, targetName, relative);
+        if (S_ISLNK(st.st_mode))
+            return copySymlink(sourceDir, name, st, targetDir, targetName, relative);
+        if (S_ISSOCK(st.st_mode))
+            return std::nullopt; // a socket is a live endpoint, not data
+        if (::mknodat(targetDir, targetName.c_str(), st.st_mode, st.st_rdev) != 0)
+            return CopyFailure{errno, relative};
+        keepOwnerAndTimes(targetDir, targetName, st);
+        return std::nullopt;
+    }
+
+    void keepOwnerAndTimes(int targetDir, const fs::path &targetName, const struct stat &st)
+    {
+        // Owners can only be given away by a privileged process; elsewhere the copy is the user's.
+        (void)::fchownat(targetDir, targetName.c_str(), st.st_uid, st.st_gid, AT_SYMLINK_NOFOLLOW);
+        const struct timespec times[2] = {st.st_atim, st.st_mtim};
+        (void)::utimensat(targetDir, targetName.c_str(), times, AT_SYMLINK_NOFOLLOW);
+    }
+
+    std::optional<CopyFailure> copyFolder(int sourceDir, const fs::path &name, const struct stat &st, int targetDir,
+                                          const fs::path &targetName, const std::string &relative)
+    {
+        Fd source(::openat(sourceDir, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (!source.ok())
+            return CopyFailure{errno, relative};
+        if (::mkdirat(targetDir, targetName.c_str(), 0700) != 0)
+            return CopyFailure{errno, relative};
+        Fd target(::openat(targetDir, targetName.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (!target.ok())
+            return CopyFailure{errno, relative};
+        std::vector<std::string> names;
+        {
+            DIR *listing = ::fdopendir(::dup(source.get()));
+            if (listing == nullptr)
+                return CopyFailure{errno, relative};
+            errno = 0;
+            while (const dirent *entry = ::readdir(listing)) {
+                const std::string_view child(entry->d_name);
+                if (child != "." && child != "..")
+                    names.emplace_back(child);
+            }
+            const int listError = errno;
+            ::closedir(listing);
+            if (listError != 0)
+                return CopyFailure{listError, relative};
+        }
+        for (const std::string &child : names) {
+            if (auto failure = copyEntry(source.get(), child, target.get(), child, relative + "/" + child))
+                return failure;
+        }
+        (void)::fchown(target.get(), st.st_uid, st.st_gid);
+        if (::fchmod(target.get(), st.st_mode & 07777) != 0)
+            return CopyFailure{errno, relative};
+        const struct timespec times[2] = {st.st_atim, st.st_mtim};
+        (void)::futimens(target.get(), times);
+        return std::nullopt;
+    }
+
+    std::optional<CopyFailure> copySymlink(int sourceDir, const fs::path &name, const struct stat &st, int targetDir,
+                                           const fs::path &targetName, const std::string &relative)
+    {
+        std::vector<char> buffer(static_cast<std::size_t>(st.st_size > 0 ? st.st_size : 255) + 1);
+        ssize_t length = 0;
+        for (;;) {
+            length = ::readlinkat(sourceDir, name.c_str(), buffer.data(), buffer.size());
+            if (length < 0)
+                return CopyFailure{errno, relative};
+            if (static_cast<std::size_t>(length) < buffer.size())
+                break;
+            buffer.resize(buffer.size() * 2);
+        }
+        const std::string linkTarget(buffer.data(), static_cast<std::size_t>(length));
+        if (::symlinkat(linkTarget.c_str(), targetDir, targetName.c_str()) != 0)
+            return CopyFailure{errno, relative};
+        keepOwnerAndTimes(targetDir, targetName, st);
+        return std::nullopt;
+    }
+
+    std::optional<CopyFailure> copyFile(int sourceDir, const fs::path &name, const struct stat &st, int targetDir,
+                                        const fs::path &targetName, const std::string &relative)
+    {
+        if (st.st_nlink > 1) {
+            // A second name of a file already copied becomes a second name of the copy.
+            const auto known = m_links.find({st.st_dev, st.st_ino});
+            if (known != m_links.end()) {
+                if (::linkat(m_targetParent, known->second.c_str(), targetDir, targetName.c_str(), 0) == 0)
+                    return std::nullopt;
+            }
+        }
+        Fd source(::openat(sourceDir, name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        if (!source.ok())
+            return CopyFailure{errno, relative};
+        Fd target(::openat(targetDir, targetName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        if (!target.ok())
+            return CopyFailure{errno, relative};
+        if (const int error = copyData(source.get(), target.get()); error != 0)
+            return CopyFailure{error, relative};
+        (void)::fchown(target.get(), st.st_uid, st.st_gid);
+        if (::fchmod(target.get(), st.st_mode & 07777) != 0)
+            return CopyFailure{errno, relative};
+        const struct timespec times[2] = {st.st_atim, st.st_mtim};
+        if (::futimens(target.get(), times) != 0)
+            return CopyFailure{errno, relative};
+        if (::close(target.release()) != 0)
+            return CopyFailure{errno, relative};
+        if (st.st_nlink > 1)
+            m_links.emplace(std::pair{st.st_dev, st.st_ino}, relative);
+        return std::nullopt;
+    }
+
+    // Copies to the end of the source: in the kernel where it can, otherwise
+    // through a buffer. Returns 0 or errno.
+    int copyData(int source, int target)
+    {
+        constexpr std::size_t chunk = std::size_t{1} << 30;
+        if (m_mode == Mode::CopyFileRange) {
+            for (;;) {
+                const ssize_t copied = ::copy_file_range(source, nullptr, target, nullptr, chunk, 0);
+                if (copied == 0)
+                    return 0;
+                if (copied > 0)
+                    continue;
+                if (errno == EINTR)
+                    continue;
+                if ((errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)
+                    && ::lseek(target, 0, SEEK_CUR) == 0) {
+                    m_mode = Mode::SendFile; // another file system: the kernel won't do it here
+                    break;
+                }
+                return errno;
+            }
+        }
+        if (m_mode == Mode::SendFile) {
+            for (;;) {
+                const ssize_t copied = ::sendfile(target, source, nullptr, chunk);
+                if (copied == 0)
+                    return 0;
+                if (copied > 0)
+                    continue;
+                if (errno == EINTR)
+                    continue;
+                if ((errno == EINVAL || errno == ENOSYS) && ::lseek(target, 0, SEEK_CUR) == 0) {
+                    m_mode = Mode::Buffer;
+                    break;
+                }
+                return errno;
+            }
+        }
+        std::vector<char> buffer(std::size_t{1} << 20);
+        for (;;) {
+            const ssize_t got = ::read(source, buffer.data(), buffer.size());
+            if (got == 0)
+                return 0;
+            if (got < 0) {
+                if (errno == EINTR)
+                    continue;
+                return errno;
+            }
+            for (ssize_t written = 0; written < got;) {
+                const ssize_t put = ::write(target, buffer.data() + written, static_cast<std::size_t>(got - written));
+                if (put < 0) {
+                    if (errno == EINTR)
+                        continue;
+                    return errno;
+                }
+                written += put;
+            }
+        }
+    }
+
+    enum class Mode { CopyFileRange, SendFile, Buffer };
+    Mode m_mode = Mode::CopyFileRange;
+    int m_targetParent = -1;
+    std::map<std::pair<dev_t, ino_t>, std::string> m_links; // source file -> its copy, relative to the target's parent
+};
+
+} // namespace
+
+QString copyItem(const fs::path &source, const fs::path &target)
+{
+    TreeCopier copier;
+    const std::optional<CopyFailure> failure = copier.copyRoot(source, target);
+    if (!failure)
+        return {};
+    const QString reason = errorText(failure->error);
+    if (failure->relativePath.empty())
+        return reason;
+    const QString name = pathToText(fs::path(failure->relativePath).filename());
+    return QStringLiteral("“%1” couldn't be copied: %2").arg(name.isEmpty() ? pathToText(failure->relativePath) : name, reason);
+}
+
+} // namespace tessoly::platform
