@@ -54,6 +54,16 @@ QString CommandLine::usage()
         "                       empty a profile's folders (to the Trash unless --delete)\n"
         "  snapshots            local snapshots the system keeps\n"
         "  reclaim [--bytes N]  ask the system to thin local snapshots, and measure what came free\n"
+        "  drives               external drives that can receive a move\n"
+        "  move <path> --to <drive> [--yes]\n"
+        "                       copy a file or folder to a drive (its mount point or name), verify\n"
+        "                       the copy and leave a symlink in its place; --yes grants the top\n"
+        "                       folder of the drive without asking\n"
+        "  moves                everything moved to a drive so far, and how it stands\n"
+        "  bring-back <record-id>\n"
+        "                       copy a moved item back in place of its symlink\n"
+        "  offload              big folders nothing has touched in 6+ months\n"
+        "  suggestions          known heavy developer and media folders worth moving\n"
         "  help                 this text\n"
         "\n"
         "--json prints the result as JSON for scripts.\n");
@@ -68,8 +78,8 @@ int CommandLine::usageError(const QString &message)
 
 QCoro::Task<int> CommandLine::run(QStringList arguments)
 {
-    static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete")};
-    static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes")};
+    static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete"), QStringLiteral("--yes")};
+    static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes"), QStringLiteral("--to")};
     Parsed parsed;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString &argument = arguments.at(i);
@@ -108,6 +118,12 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         {"clean", 1, 1, "clean <profile> [--only <id>,...] [--delete] [--json]", {"--json", "--only", "--delete"}},
         {"snapshots", 0, 0, "snapshots [--json]", {"--json"}},
         {"reclaim", 0, 0, "reclaim [--bytes N] [--json]", {"--json", "--bytes"}},
+        {"drives", 0, 0, "drives [--json]", {"--json"}},
+        {"move", 1, 1, "move <path> --to <mount point or drive name> [--yes] [--json]", {"--json", "--to", "--yes"}},
+        {"moves", 0, 0, "moves [--json]", {"--json"}},
+        {"bring-back", 1, 1, "bring-back <record-id> [--json]", {"--json"}},
+        {"offload", 0, 0, "offload [--json]", {"--json"}},
+        {"suggestions", 0, 0, "suggestions [--json]", {"--json"}},
     };
     const Shape *shape = nullptr;
     for (const Shape &candidate : shapes) {
@@ -143,6 +159,18 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         code = co_await snapshots(parsed);
     else if (parsed.command == QLatin1String("reclaim"))
         code = co_await reclaim(parsed);
+    else if (parsed.command == QLatin1String("drives"))
+        code = co_await drives(parsed);
+    else if (parsed.command == QLatin1String("move"))
+        code = co_await move(parsed);
+    else if (parsed.command == QLatin1String("moves"))
+        code = moves(parsed);
+    else if (parsed.command == QLatin1String("bring-back"))
+        code = co_await bringBack(parsed);
+    else if (parsed.command == QLatin1String("offload"))
+        code = co_await offload(parsed);
+    else if (parsed.command == QLatin1String("suggestions"))
+        code = co_await suggestions(parsed);
     m_out.flush();
     m_err.flush();
     co_return code;

@@ -36,6 +36,12 @@ private:
     QCoro::Task<int> clean(Parsed parsed);
     QCoro::Task<int> snapshots(Parsed parsed);
     QCoro::Task<int> reclaim(Parsed parsed);
+    QCoro::Task<int> drives(Parsed parsed);
+    QCoro::Task<int> move(Parsed parsed);
+    int moves(const Parsed &parsed);
+    QCoro::Task<int> bringBack(Parsed parsed);
+    QCoro::Task<int> offload(Parsed parsed);
+    QCoro::Task<int> suggestions(Parsed parsed);
     int usageError(const QString &message);
     void printJson(const QJsonValue &value);
     void showProgress(const QString &line);

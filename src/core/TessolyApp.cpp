@@ -46,15 +46,16 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_moveController = new MoveController(*m_drives, *m_destinations, *m_mover, *m_platform->defaults, this);
 }
 
-void TessolyApp::setPrompter(platform::Prompter &prompter)
+void TessolyApp::setPrompter(platform::Prompter *prompter)
 {
-    m_destinations->setPrompter(prompter);
+    m_destinations->setPrompter(prompter != nullptr ? *prompter : *m_decliningPrompter);
 }
 
 TessolyApp::~TessolyApp()
 {
     // The services refer to the platform and the mover: they go first.
-    qDeleteAll(children());
+    while (!children().isEmpty())
+        delete children().constLast();
 }
 
 QString TessolyApp::homePath() const

@@ -61,8 +61,8 @@ public:
     [[nodiscard]] QString homePath() const;
 
     // Who answers the grant panel and alerts: the window's dialogs or the
-    // terminal. Until one is set, every question is declined.
-    void setPrompter(platform::Prompter &prompter);
+    // terminal. Without one (nullptr), every question is declined.
+    void setPrompter(platform::Prompter *prompter);
 
     // The window's start task: fresh figures, then the tour on first launch.
     Q_INVOKABLE void start();

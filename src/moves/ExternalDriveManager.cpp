@@ -45,9 +45,9 @@ QVariantList ExternalDriveManager::driveList() const
 }
 
 namespace {
-std::vector<ExternalDrive> listDrives(const platform::MountedVolumes *volumes)
+std::vector<ExternalDrive> listDrives(const platform::MountedVolumes::Listing &listing)
 {
-    return qualifyDrives(volumes->mountedVolumes());
+    return qualifyDrives(listing());
 }
 } // namespace
 
@@ -55,7 +55,7 @@ QCoro::Task<void> ExternalDriveManager::refresh()
 {
     m_isRefreshing = true;
     emit isRefreshingChanged();
-    std::vector<ExternalDrive> drives = co_await QtConcurrent::run(listDrives, &m_volumes);
+    std::vector<ExternalDrive> drives = co_await QtConcurrent::run(listDrives, m_volumes.listing());
     m_drives = std::move(drives);
     m_isRefreshing = false;
     emit drivesChanged();

@@ -25,9 +25,12 @@ struct VolumeDescription {
 class MountedVolumes {
 public:
     virtual ~MountedVolumes() = default;
-    // The mounted volumes in the system's order, hidden ones left out.
-    // Volumes whose values can't be read are not listed.
-    [[nodiscard]] virtual std::vector<VolumeDescription> mountedVolumes() const = 0;
+    using Listing = std::function<std::vector<VolumeDescription>()>;
+    // A self-contained listing that a worker thread may run even after this
+    // object is gone: the mounted volumes in the system's order, hidden ones
+    // left out, volumes whose values can't be read not listed.
+    [[nodiscard]] virtual Listing listing() const = 0;
+    [[nodiscard]] std::vector<VolumeDescription> mountedVolumes() const { return listing()(); }
     // Calls back on the main thread after something was mounted or unmounted.
     virtual void watch(std::function<void()> onChange) = 0;
 };

@@ -215,21 +215,23 @@ QString LinuxMountedVolumes::formatDescription(const std::string &type)
     return QString::fromStdString(type);
 }
 
-VolumeDescription LinuxMountedVolumes::describe(const MountEntry &entry) const
+namespace {
+
+VolumeDescription describe(const MountEntry &entry, const std::vector<fs::path> &externalRoots)
 {
     VolumeDescription volume;
     volume.mountPoint = entry.mountPoint;
     volume.isBrowsable = !isPseudoFileSystem(entry.fileSystemType) && !isSystemMountPoint(entry.mountPoint);
     volume.isReadOnly = hasOption(entry.options, "ro");
     const bool removable = entry.source.starts_with("/dev/") && isRemovableDevice(entry.major, entry.minor);
-    const bool underExternalRoot = std::any_of(m_externalRoots.begin(), m_externalRoots.end(),
+    const bool underExternalRoot = std::any_of(externalRoots.begin(), externalRoots.end(),
                                                [&](const fs::path &root) { return isUnder(entry.mountPoint, root); });
     volume.isRemovable = removable;
     volume.isInternal = entry.mountPoint != "/" && (removable || underExternalRoot || isNetworkFileSystem(entry.fileSystemType))
                             ? false
                             : true;
     if (!entry.fileSystemType.empty())
-        volume.formatDescription = formatDescription(entry.fileSystemType);
+        volume.formatDescription = LinuxMountedVolumes::formatDescription(entry.fileSystemType);
     std::optional<std::string> label;
     if (entry.source.starts_with("/dev/")) {
         label = labelFromUdev(entry.source);
@@ -241,9 +243,9 @@ VolumeDescription LinuxMountedVolumes::describe(const MountEntry &entry) const
     return volume;
 }
 
-std::vector<VolumeDescription> LinuxMountedVolumes::mountedVolumes() const
+std::vector<VolumeDescription> listVolumes(const fs::path &mountInfo, const std::vector<fs::path> &externalRoots)
 {
-    std::ifstream in(m_mountInfo);
+    std::ifstream in(mountInfo);
     if (!in)
         return {};
     std::stringstream text;
@@ -261,7 +263,7 @@ std::vector<VolumeDescription> LinuxMountedVolumes::mountedVolumes() const
     }
     std::vector<VolumeDescription> volumes;
     for (const MountEntry &entry : visible) {
-        VolumeDescription volume = describe(entry);
+        VolumeDescription volume = describe(entry, externalRoots);
         if (!volume.isBrowsable.value_or(false))
             continue; // hidden volumes aren't asked about at all
         struct statvfs st{};
@@ -275,6 +277,13 @@ std::vector<VolumeDescription> LinuxMountedVolumes::mountedVolumes() const
         volumes.push_back(std::move(volume));
     }
     return volumes;
+}
+
+} // namespace
+
+MountedVolumes::Listing LinuxMountedVolumes::listing() const
+{
+    return [mountInfo = m_mountInfo, roots = m_externalRoots] { return listVolumes(mountInfo, roots); };
 }
 
 void LinuxMountedVolumes::watch(std::function<void()> onChange)

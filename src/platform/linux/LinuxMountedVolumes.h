@@ -34,14 +34,13 @@ public:
                                  QObject *parent = nullptr);
     ~LinuxMountedVolumes() override;
 
-    [[nodiscard]] std::vector<VolumeDescription> mountedVolumes() const override;
+    [[nodiscard]] Listing listing() const override;
     void watch(std::function<void()> onChange) override;
 
     // "ext4" -> "ext4", "vfat" -> "MS-DOS (FAT)", "exfat" -> "ExFAT", ...
     [[nodiscard]] static QString formatDescription(const std::string &fileSystemType);
 
 private:
-    [[nodiscard]] VolumeDescription describe(const MountEntry &entry) const;
 
     std::filesystem::path m_mountInfo;
     std::vector<std::filesystem::path> m_externalRoots;
