@@ -241,9 +241,7 @@ QCoro::Task<int> CommandLine::bringBack(Parsed parsed)
     if (m_progress)
         showProgress(QStringLiteral("Bringing back…"));
     const std::optional<BringBackError> error = co_await inventory.bringBack(record);
-    const QString message = error ? error->errorDescription()
-                                  : QStringLiteral("Brought back. Original location is the real folder again — external "
-                                                   "copy moved to Trash as a safety net.");
+    const QString message = error ? error->errorDescription() : broughtBackMessage();
     if (parsed.flag("--json"))
         printJson(QJsonObject{{QStringLiteral("ok"), !error}, {QStringLiteral("message"), message}});
     else

@@ -40,6 +40,12 @@ QString label(SymlinkRecord::Status status)
     return {};
 }
 
+QString broughtBackMessage()
+{
+    return QStringLiteral(
+        "Brought back. Original location is the real folder again — external copy moved to Trash as a safety net.");
+}
+
 SymlinkInventory::SymlinkInventory(CleanupHistoryStore &history, MoveFileOperations &operations, fs::path home,
                                    QObject *parent)
     : QObject(parent)
@@ -194,6 +200,29 @@ QCoro::Task<std::optional<BringBackError>> SymlinkInventory::bringBack(SymlinkRe
     (void)m_operations.trashItem(external);
     refresh();
     co_return std::nullopt;
+}
+
+void SymlinkInventory::startBringBack(const QString &recordId)
+{
+    const SymlinkRecord *found = record(QUuid(recordId));
+    if (found == nullptr) {
+        emit bringBackFinished(recordId, BringBackError{BringBackError::Kind::NotASymlink}.errorDescription(), false);
+        return;
+    }
+    runBringBack(*found);
+}
+
+QCoro::Task<void> SymlinkInventory::runBringBack(SymlinkRecord record)
+{
+    const QString id = record.id.toString(QUuid::WithoutBraces).toUpper();
+    const std::optional<BringBackError> error = co_await bringBack(std::move(record));
+    emit bringBackFinished(id, error ? error->errorDescription() : broughtBackMessage(), !error);
+}
+
+void SymlinkInventory::dismiss(const QString &recordId)
+{
+    m_history.removeItem(QUuid(recordId));
+    refresh();
 }
 
 } // namespace tessoly

@@ -30,6 +30,8 @@ struct SymlinkRecord {
 
 [[nodiscard]] QString rawValue(SymlinkRecord::Status status);
 [[nodiscard]] QString label(SymlinkRecord::Status status);
+// What the user reads after a bring-back that worked.
+[[nodiscard]] QString broughtBackMessage();
 
 // Everything ever moved out, rebuilt from the history and the file system at
 // each refresh, and the way back for each of it.
@@ -56,12 +58,19 @@ public:
     Q_INVOKABLE void refresh();
     // Puts the moved item back in place of its symlink; nothing on success.
     QCoro::Task<std::optional<BringBackError>> bringBack(SymlinkRecord record);
+    // For the screens: the bring-back of a listed record, answered by bringBackFinished.
+    Q_INVOKABLE void startBringBack(const QString &recordId);
+    // Takes a record out of the history for good (a broken one).
+    Q_INVOKABLE void dismiss(const QString &recordId);
 
 signals:
+    void bringBackFinished(const QString &recordId, const QString &message, bool success);
     void recordsChanged();
     void isRefreshingChanged();
 
 private:
+    QCoro::Task<void> runBringBack(SymlinkRecord record);
+
     CleanupHistoryStore &m_history;
     MoveFileOperations &m_operations;
     std::filesystem::path m_home;

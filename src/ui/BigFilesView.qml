@@ -8,6 +8,7 @@ Item {
     id: view
     property var scanner: Services.scanner
     property var pendingTrash: null // the row waiting for confirmation
+    property var selectedItem: null // the row whose move sheet is open
 
     ColumnLayout {
         anchors.fill: parent
@@ -87,6 +88,16 @@ Item {
                             color: Theme.secondaryText
                         }
                         AppButton {
+                            objectName: "moveButton_" + row.index
+                            iconName: "externaldrive.badge.plus"
+                            ToolTip.visible: hovered
+                            ToolTip.text: "Move to external drive (creates a symlink at the original location)"
+                            onClicked: {
+                                view.selectedItem = row.modelData
+                                moveSheet.openFor(row.modelData.path, row.modelData.bytes)
+                            }
+                        }
+                        AppButton {
                             text: "Reveal in Finder"
                             iconName: "magnifyingglass"
                             onClicked: Services.reveal(row.modelData.path)
@@ -105,6 +116,11 @@ Item {
                 }
             }
         }
+    }
+
+    MoveToExternalSheet {
+        id: moveSheet
+        onClosed: view.selectedItem = null
     }
 
     Dialog {

@@ -54,7 +54,19 @@ QtObject {
         "externaldrive.fill.badge.timemachine": "settings_backup_restore",
         "questionmark.circle": "help_outline",
         "arrow.right": "arrow_forward",
-        "chevron.left": "chevron_left"
+        "chevron.left": "chevron_left",
+        "externaldrive": "usb",
+        "arrow.clockwise": "refresh",
+        "checkmark.seal.fill": "verified",
+        "link.circle.fill": "link",
+        "externaldrive.trianglebadge.exclamationmark": "usb_off",
+        "link.badge.plus": "add_link",
+        "xmark.octagon.fill": "dangerous",
+        "iphone.gen3": "phone_iphone",
+        "music.note": "music_note",
+        "photo": "photo",
+        "arrow.down.circle": "download_for_offline",
+        "menubar.dock.rectangle": "desktop_windows"
     })
 
     function glyph(name) {

@@ -1,6 +1,7 @@
 #include "ui/Services.h"
 
 #include "core/ByteFormat.h"
+#include "core/RelativeTime.h"
 
 #include <QDirIterator>
 #include <QFontDatabase>
@@ -14,7 +15,15 @@ QPointer<Services> g_instance;
 Services::Services(TessolyApp &app)
     : QObject(&app)
     , m_app(&app)
+    , m_prompter(new DialogPrompter(this))
 {
+    app.setPrompter(m_prompter);
+}
+
+Services::~Services()
+{
+    if (m_app)
+        m_app->setPrompter(nullptr);
 }
 
 Services *Services::install(TessolyApp &app)
@@ -43,6 +52,11 @@ QString Format::sizeNumber(qint64 bytes)
 QString Format::sizeUnit(qint64 bytes)
 {
     return splitFormattedSize(formatBytes(bytes)).unit;
+}
+
+QString Format::relativeTime(const QDateTime &when)
+{
+    return formatRelativeTime(when, QDateTime::currentDateTimeUtc());
 }
 
 QVariantList Catalogue::profiles()

@@ -8,6 +8,11 @@
 #include "core/OnboardingState.h"
 #include "core/SettingsStore.h"
 #include "core/TessolyApp.h"
+#include "moves/ExternalDriveManager.h"
+#include "moves/MoveController.h"
+#include "moves/OffloadScanner.h"
+#include "moves/SymlinkInventory.h"
+#include "ui/DialogPrompter.h"
 
 #include <QObject>
 #include <QPointer>
@@ -31,12 +36,18 @@ class Services : public QObject {
     Q_PROPERTY(tessoly::MaintenanceService *maintenance READ maintenance CONSTANT)
     Q_PROPERTY(tessoly::CleanupService *cleanup READ cleanup CONSTANT)
     Q_PROPERTY(tessoly::HiddenSpaceCard *hiddenSpace READ hiddenSpace CONSTANT)
+    Q_PROPERTY(tessoly::ExternalDriveManager *drives READ drives CONSTANT)
+    Q_PROPERTY(tessoly::SymlinkInventory *inventory READ inventory CONSTANT)
+    Q_PROPERTY(tessoly::OffloadScanner *offload READ offload CONSTANT)
+    Q_PROPERTY(tessoly::MoveController *moveSheet READ moveSheet CONSTANT)
+    Q_PROPERTY(tessoly::DialogPrompter *prompter READ prompter CONSTANT)
     Q_PROPERTY(QString homePath READ homePath CONSTANT)
 
 public:
     // Makes the instance the screens will see; owned by app.
     static Services *install(TessolyApp &app);
     static Services *create(QQmlEngine *engine, QJSEngine *scriptEngine);
+    ~Services() override;
 
     [[nodiscard]] DiskScanner *scanner() const { return m_app->scanner(); }
     [[nodiscard]] OnboardingState *onboarding() const { return m_app->onboarding(); }
@@ -45,6 +56,11 @@ public:
     [[nodiscard]] MaintenanceService *maintenance() const { return m_app->maintenance(); }
     [[nodiscard]] CleanupService *cleanup() const { return m_app->cleanup(); }
     [[nodiscard]] HiddenSpaceCard *hiddenSpace() const { return m_app->hiddenSpace(); }
+    [[nodiscard]] ExternalDriveManager *drives() const { return m_app->drives(); }
+    [[nodiscard]] SymlinkInventory *inventory() const { return m_app->inventory(); }
+    [[nodiscard]] OffloadScanner *offload() const { return m_app->offload(); }
+    [[nodiscard]] MoveController *moveSheet() const { return m_app->moveController(); }
+    [[nodiscard]] DialogPrompter *prompter() const { return m_prompter; }
     [[nodiscard]] QString homePath() const { return m_app->homePath(); }
 
     Q_INVOKABLE void reveal(const QString &path) { m_app->reveal(path); }
@@ -52,6 +68,7 @@ public:
 private:
     explicit Services(TessolyApp &app);
     QPointer<TessolyApp> m_app;
+    DialogPrompter *m_prompter = nullptr;
 };
 
 // Sizes and other numbers as every screen shows them.
@@ -65,6 +82,8 @@ public:
     Q_INVOKABLE static QString bytes(qint64 bytes);
     Q_INVOKABLE static QString sizeNumber(qint64 bytes);
     Q_INVOKABLE static QString sizeUnit(qint64 bytes);
+    // "3 days ago", against now.
+    Q_INVOKABLE static QString relativeTime(const QDateTime &when);
 };
 
 // The cleanup catalogue as the screens list it.
@@ -113,6 +132,26 @@ struct MaintenanceServiceForeign {
 struct HiddenSpaceCardForeign {
     Q_GADGET
     QML_FOREIGN(tessoly::HiddenSpaceCard)
+    QML_ANONYMOUS
+};
+struct ExternalDriveManagerForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::ExternalDriveManager)
+    QML_ANONYMOUS
+};
+struct SymlinkInventoryForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::SymlinkInventory)
+    QML_ANONYMOUS
+};
+struct OffloadScannerForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::OffloadScanner)
+    QML_ANONYMOUS
+};
+struct MoveControllerForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::MoveController)
     QML_ANONYMOUS
 };
 struct CleanupHistoryModelForeign {

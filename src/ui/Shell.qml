@@ -49,4 +49,6 @@ Item {
             ActivityView { objectName: "activityView" }
         }
     }
+
+    PromptDialogs { anchors.fill: parent }
 }

@@ -150,6 +150,26 @@ std::optional<std::string> labelFromExtSuperBlock(const std::string &source)
     return label;
 }
 
+// A block device mounted through FUSE says only "fuseblk": its boot sector
+// tells the format (exFAT and NTFS name themselves at offset 3).
+std::string probeFuseBlockFormat(const std::string &source)
+{
+    const int fd = ::open(source.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return "fuseblk";
+    std::array<char, 11> sector{};
+    const ssize_t got = ::pread(fd, sector.data(), sector.size(), 0);
+    ::close(fd);
+    if (got != static_cast<ssize_t>(sector.size()))
+        return "fuseblk";
+    const std::string_view name(sector.data() + 3, 8);
+    if (name == "EXFAT   ")
+        return "exfat";
+    if (name == "NTFS    ")
+        return "ntfs";
+    return "fuseblk";
+}
+
 } // namespace
 
 std::vector<MountEntry> parseMountInfo(const std::string &text)
@@ -201,7 +221,7 @@ QString LinuxMountedVolumes::formatDescription(const std::string &type)
         {"exfat", "ExFAT"},
         {"ntfs", "NTFS"},
         {"ntfs3", "NTFS"},
-        {"fuseblk", "NTFS"},
+        {"fuse.fusefat", "MS-DOS (FAT)"},
         {"apfs", "APFS"},
         {"hfsplus", "Mac OS Extended"},
         {"hfs", "Mac OS Extended"},
@@ -230,8 +250,9 @@ VolumeDescription describe(const MountEntry &entry, const std::vector<fs::path> 
     volume.isInternal = entry.mountPoint != "/" && (removable || underExternalRoot || isNetworkFileSystem(entry.fileSystemType))
                             ? false
                             : true;
-    if (!entry.fileSystemType.empty())
-        volume.formatDescription = LinuxMountedVolumes::formatDescription(entry.fileSystemType);
+    const std::string type = entry.fileSystemType == "fuseblk" ? probeFuseBlockFormat(entry.source) : entry.fileSystemType;
+    if (!type.empty() && type != "fuseblk")
+        volume.formatDescription = LinuxMountedVolumes::formatDescription(type);
     std::optional<std::string> label;
     if (entry.source.starts_with("/dev/")) {
         label = labelFromUdev(entry.source);

@@ -1,0 +1,57 @@
+import QtQuick
+import QtQuick.Layouts
+import Tessoly
+
+// A big, stale folder that could live on an external drive.
+Rectangle {
+    id: row
+    property var candidate
+    signal moveRequested()
+
+    implicitHeight: 56
+    radius: Theme.smallRadius
+    color: hover.hovered ? Theme.selection : "transparent"
+    HoverHandler { id: hover }
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 8
+        anchors.rightMargin: 4
+        spacing: 12
+        Icon { name: row.candidate.symbol; size: 24; color: Theme.indigo }
+        ColumnLayout {
+            Layout.fillWidth: true
+            spacing: 1
+            Text {
+                Layout.fillWidth: true
+                text: row.candidate.displayName
+                elide: Text.ElideMiddle
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.bodySize
+                font.weight: Font.DemiBold
+                color: Theme.text
+            }
+            Text {
+                Layout.fillWidth: true
+                text: row.candidate.category + " · last used " + Format.relativeTime(row.candidate.lastUsed)
+                elide: Text.ElideRight
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.smallSize
+                color: Theme.tertiaryText
+            }
+        }
+        Text {
+            text: Format.bytes(row.candidate.bytes)
+            font.family: Theme.fontFamily
+            font.pixelSize: Theme.bodySize
+            font.weight: Font.DemiBold
+            color: Theme.secondaryText
+        }
+        AppButton {
+            objectName: "moveCandidate"
+            text: "Move to external drive"
+            iconName: "externaldrive.badge.plus"
+            onClicked: row.moveRequested()
+        }
+    }
+}

@@ -1,0 +1,188 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import Tessoly
+
+// The questions services ask: the folder panel of a write grant and
+// alerts. Each answer goes back to the prompter that asked.
+Item {
+    id: dialogs
+    property var prompter: Services.prompter
+
+    Connections {
+        target: dialogs.prompter
+        function onFolderRequested(title, message, prompt, folder) {
+            panel.title = title
+            panel.message = message
+            panel.prompt = prompt
+            panel.folder = folder
+            panel.open()
+        }
+        function onAlertRequested(title, text, buttons) {
+            alert.title = title
+            alert.text = text
+            alert.buttons = buttons
+            alert.open()
+        }
+    }
+
+    Dialog {
+        id: panel
+        objectName: "folderPanel"
+        property string message
+        property string prompt
+        property string folder
+        property bool answered: false
+        parent: Overlay.overlay
+        anchors.centerIn: parent
+        modal: true
+        width: Math.min(520, dialogs.width - 40)
+        padding: 24
+        closePolicy: Popup.CloseOnEscape
+        onOpened: answered = false
+        onClosed: if (!answered) dialogs.prompter.answerFolder("")
+        background: Rectangle { radius: Theme.radius; color: Theme.dark ? "#1E293B" : "white"; border.color: Theme.hairline }
+
+        function finish(path) {
+            answered = true
+            close()
+            dialogs.prompter.answerFolder(path)
+        }
+
+        contentItem: ColumnLayout {
+            spacing: 12
+            Text {
+                objectName: "folderPanelTitle"
+                Layout.fillWidth: true
+                text: panel.title
+                wrapMode: Text.WordWrap
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.headingSize
+                font.weight: Font.Bold
+                color: Theme.text
+            }
+            Text {
+                objectName: "folderPanelMessage"
+                Layout.fillWidth: true
+                text: panel.message
+                wrapMode: Text.WordWrap
+                lineHeight: 1.25
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.bodySize
+                color: Theme.secondaryText
+            }
+            RowLayout {
+                Layout.fillWidth: true
+                spacing: 8
+                Icon { name: "folder"; size: 20; color: Theme.indigo }
+                TextField {
+                    id: folderField
+                    objectName: "folderField"
+                    Layout.fillWidth: true
+                    text: panel.folder
+                    font.family: Theme.fontFamily
+                    font.pixelSize: Theme.bodySize
+                    onTextEdited: panel.folder = text
+                }
+                AppButton {
+                    text: "Choose…"
+                    onClicked: picker.open()
+                }
+            }
+            RowLayout {
+                Layout.fillWidth: true
+                spacing: 8
+                Item { Layout.fillWidth: true }
+                AppButton {
+                    objectName: "folderPanelCancel"
+                    text: "Cancel"
+                    onClicked: panel.finish("")
+                }
+                AppButton {
+                    objectName: "folderPanelAllow"
+                    kind: "primary"
+                    text: panel.prompt
+                    enabled: panel.folder !== ""
+                    onClicked: panel.finish(panel.folder)
+                }
+            }
+        }
+    }
+
+    FolderDialog {
+        id: picker
+        title: panel.title
+        currentFolder: "file://" + encodeURI(panel.folder)
+        acceptLabel: panel.prompt
+        onAccepted: {
+            const url = selectedFolder.toString()
+            panel.folder = decodeURIComponent(url.replace(/^file:\/\//, ""))
+        }
+    }
+
+    Dialog {
+        id: alert
+        objectName: "alertDialog"
+        property string text
+        property var buttons: []
+        property bool answered: false
+        parent: Overlay.overlay
+        anchors.centerIn: parent
+        modal: true
+        width: Math.min(520, dialogs.width - 40)
+        padding: 24
+        closePolicy: Popup.CloseOnEscape
+        onOpened: answered = false
+        onClosed: if (!answered) dialogs.prompter.answerAlert(buttons.length - 1)
+        background: Rectangle { radius: Theme.radius; color: Theme.dark ? "#1E293B" : "white"; border.color: Theme.hairline }
+
+        contentItem: ColumnLayout {
+            spacing: 12
+            RowLayout {
+                spacing: 10
+                Icon { name: "exclamationmark.triangle.fill"; size: 24; color: Theme.orange }
+                Text {
+                    objectName: "alertTitle"
+                    Layout.fillWidth: true
+                    text: alert.title
+                    wrapMode: Text.WordWrap
+                    font.family: Theme.fontFamily
+                    font.pixelSize: Theme.headingSize
+                    font.weight: Font.Bold
+                    color: Theme.text
+                }
+            }
+            Text {
+                objectName: "alertText"
+                Layout.fillWidth: true
+                text: alert.text
+                wrapMode: Text.WordWrap
+                lineHeight: 1.25
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.bodySize
+                color: Theme.secondaryText
+            }
+            RowLayout {
+                Layout.fillWidth: true
+                spacing: 8
+                Item { Layout.fillWidth: true }
+                Repeater {
+                    model: alert.buttons
+                    delegate: AppButton {
+                        required property string modelData
+                        required property int index
+                        objectName: "alertButton_" + index
+                        kind: index === 0 ? "primary" : "secondary"
+                        text: modelData
+                        onClicked: {
+                            alert.answered = true
+                            alert.close()
+                            dialogs.prompter.answerAlert(index)
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
