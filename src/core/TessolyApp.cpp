@@ -43,7 +43,7 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_inventory = new SymlinkInventory(*m_history, *m_moveOperations, home, this);
     m_offload = new OffloadScanner(home, this);
     m_moveSuggestions = new MoveSuggestions(home, this);
-    m_moveController = new MoveController(*m_drives, *m_destinations, *m_mover, *m_platform->defaults, this);
+    m_moveController = new MoveController(*m_drives, *m_destinations, *m_mover, *m_platform->defaults, homePath(), this);
 }
 
 void TessolyApp::setPrompter(platform::Prompter *prompter)

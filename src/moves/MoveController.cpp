@@ -12,12 +12,13 @@ namespace tessoly {
 namespace fs = std::filesystem;
 
 MoveController::MoveController(ExternalDriveManager &drives, ExternalDestinationStore &destinations, FolderMover &mover,
-                               platform::DefaultsStore &defaults, QObject *parent)
+                               platform::DefaultsStore &defaults, QString home, QObject *parent)
     : QObject(parent)
     , m_drives(drives)
     , m_destinations(destinations)
     , m_mover(mover)
     , m_defaults(defaults)
+    , m_home(std::move(home))
 {
 }
 
@@ -68,7 +69,7 @@ QString MoveController::itemName() const
 
 QString MoveController::itemDisplayPath() const
 {
-    return displayPath(m_itemPath);
+    return abbreviateHome(displayPath(m_itemPath), m_home);
 }
 
 QString MoveController::selectedDriveId() const

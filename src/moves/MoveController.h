@@ -38,7 +38,7 @@ class MoveController : public QObject {
 
 public:
     MoveController(ExternalDriveManager &drives, ExternalDestinationStore &destinations, FolderMover &mover,
-                   platform::DefaultsStore &defaults, QObject *parent = nullptr);
+                   platform::DefaultsStore &defaults, QString home, QObject *parent = nullptr);
     ~MoveController() override;
 
     // A fresh sheet for an item.
@@ -82,6 +82,7 @@ private:
     ExternalDestinationStore &m_destinations;
     FolderMover &m_mover;
     platform::DefaultsStore &m_defaults;
+    QString m_home; // for "~" in the paths shown
     std::filesystem::path m_itemPath;
     qint64 m_itemBytes = 0;
     std::optional<ExternalDrive> m_selectedDrive;

@@ -198,6 +198,7 @@ Dialog {
                     anchors.centerIn: parent
                     width: 22
                     height: 22
+                    palette.dark: "white"
                     running: sheet.controller.working
                     visible: running
                 }

@@ -13,14 +13,14 @@ Item {
     Connections {
         target: dialogs.prompter
         function onFolderRequested(title, message, prompt, folder) {
-            panel.title = title
+            panel.heading = title
             panel.message = message
             panel.prompt = prompt
             panel.folder = folder
             panel.open()
         }
         function onAlertRequested(title, text, buttons) {
-            alert.title = title
+            alert.heading = title
             alert.text = text
             alert.buttons = buttons
             alert.open()
@@ -30,11 +30,11 @@ Item {
     Dialog {
         id: panel
         objectName: "folderPanel"
+        property string heading
         property string message
         property string prompt
         property string folder
         property bool answered: false
-        parent: Overlay.overlay
         anchors.centerIn: parent
         modal: true
         width: Math.min(520, dialogs.width - 40)
@@ -55,7 +55,7 @@ Item {
             Text {
                 objectName: "folderPanelTitle"
                 Layout.fillWidth: true
-                text: panel.title
+                text: panel.heading
                 wrapMode: Text.WordWrap
                 font.family: Theme.fontFamily
                 font.pixelSize: Theme.headingSize
@@ -112,7 +112,7 @@ Item {
 
     FolderDialog {
         id: picker
-        title: panel.title
+        title: panel.heading
         currentFolder: "file://" + encodeURI(panel.folder)
         acceptLabel: panel.prompt
         onAccepted: {
@@ -124,10 +124,10 @@ Item {
     Dialog {
         id: alert
         objectName: "alertDialog"
+        property string heading
         property string text
         property var buttons: []
         property bool answered: false
-        parent: Overlay.overlay
         anchors.centerIn: parent
         modal: true
         width: Math.min(520, dialogs.width - 40)
@@ -145,7 +145,7 @@ Item {
                 Text {
                     objectName: "alertTitle"
                     Layout.fillWidth: true
-                    text: alert.title
+                    text: alert.heading
                     wrapMode: Text.WordWrap
                     font.family: Theme.fontFamily
                     font.pixelSize: Theme.headingSize
