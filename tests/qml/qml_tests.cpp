@@ -9,6 +9,7 @@
 #include "platform/linux/JsonDefaultsStore.h"
 #include "platform/linux/LinuxLocations.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "moves/ExternalDriveManager.h"
 #include "ui/Services.h"
 
 #include <QQmlEngine>
@@ -56,6 +57,17 @@ public:
     void reveal(const fs::path &item) override { revealed.append(QString::fromStdString(item.native())); }
 };
 
+// Drives as the screens' tests set them; each stands for a real folder.
+class ScriptedMounts : public platform::MountedVolumes {
+public:
+    std::vector<platform::VolumeDescription> volumes;
+    Listing listing() const override
+    {
+        return [volumes = volumes] { return volumes; };
+    }
+    void watch(std::function<void()>) override {}
+};
+
 } // namespace
 
 // What the screen tests may do to the world behind the screens.
@@ -77,6 +89,9 @@ public:
         m_revealer = revealer.get();
         platform->revealer = std::move(revealer);
         platform->processes = std::make_unique<platform::QtProcessRunner>();
+        auto mounts = std::make_unique<ScriptedMounts>();
+        m_mounts = mounts.get();
+        platform->mounts = std::move(mounts);
         m_trash = std::make_unique<platform::FreedesktopTrash>(m_home.trash(), ::getuid());
         m_history = std::make_unique<CleanupHistoryStore>(m_home.historyFile(), *m_trash);
         m_app = std::make_unique<TessolyApp>(std::move(platform), m_history.get());
@@ -141,8 +156,74 @@ public:
         return QString::fromStdString(items.front().originalPath.native());
     }
 
+    // Drives [{name, format, free, total}], each mounted at a folder "Volumes/<name>"
+    // of the test home; refreshes the drive list.
+    Q_INVOKABLE void setDrives(const QVariantList &drives)
+    {
+        m_mounts->volumes.clear();
+        for (const QVariant &value : drives) {
+            const QVariantMap drive = value.toMap();
+            platform::VolumeDescription volume;
+            volume.mountPoint = m_home.path() / "Volumes" / drive.value("name").toString().toStdString();
+            fs::create_directories(volume.mountPoint);
+            volume.isBrowsable = true;
+            volume.isInternal = false;
+            volume.name = drive.value("name").toString();
+            volume.formatDescription = drive.value("format").toString();
+            volume.availableCapacity = drive.value("free").toLongLong();
+            volume.totalCapacity = drive.value("total").toLongLong();
+            m_mounts->volumes.push_back(volume);
+        }
+        m_app->drives()->startRefresh();
+    }
+
+    // A folder of a few files under the test home; returns its path.
+    Q_INVOKABLE QString makeFolder(const QString &relative)
+    {
+        const fs::path folder = m_home.path() / relative.toStdString();
+        for (int i = 0; i < 3; ++i)
+            test::writeFile(folder / ("part" + std::to_string(i)), std::string(5000, 'x'));
+        return QString::fromStdString(folder.native());
+    }
+
+    Q_INVOKABLE bool isSymlink(const QString &path) const { return fs::is_symlink(path.toStdString()); }
+    Q_INVOKABLE void clearHistory()
+    {
+        while (!m_history->entries().empty() && !m_history->entries().front().items.empty())
+            m_history->removeItem(m_history->entries().front().items.front().id);
+    }
+
+    // Three moves: one active, one whose copy is gone, one whose link is gone.
+    Q_INVOKABLE void seedMoves()
+    {
+        const fs::path drive = m_home.path() / "Volumes/Archive/Tessoly Storage";
+        const auto moved = [&](const char *name, bool link, bool copy) {
+            const fs::path original = m_home.path() / "Movies" / name;
+            const fs::path external = drive / name;
+            fs::remove_all(original);
+            fs::remove_all(external);
+            if (copy)
+                test::writeFile(external / "clip.mov", "data");
+            fs::create_directories(original.parent_path());
+            if (link)
+                fs::create_directory_symlink(external, original);
+            CleanupHistoryEntry::Item item;
+            item.originalPath = original;
+            item.externalPath = external;
+            item.bytes = 2'000'000'000;
+            m_history->append(CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::MoveToExternal,
+                                                        QStringLiteral("Moved %1 to Tessoly Storage").arg(name),
+                                                        item.bytes, {item}));
+        };
+        moved("Active", true, true);
+        moved("Unplugged", true, false);
+        moved("Gone", false, false);
+        m_app->inventory()->refresh();
+    }
+
 private:
     test::TempHome m_home;
+    ScriptedMounts *m_mounts = nullptr;
     ScriptedVolumes *m_volumes = nullptr;
     RecordingRevealer *m_revealer = nullptr;
     std::unique_ptr<platform::FreedesktopTrash> m_trash;
