@@ -55,7 +55,12 @@ QCoro::Task<void> ExternalDriveManager::refresh()
 {
     m_isRefreshing = true;
     emit isRefreshingChanged();
+    // The refresh started by the constructor (or a mount event) may still be
+    // listing when the manager goes away: it must not come back to a dead object.
+    const QPointer<ExternalDriveManager> self(this);
     std::vector<ExternalDrive> drives = co_await QtConcurrent::run(listDrives, m_volumes.listing());
+    if (!self)
+        co_return;
     m_drives = std::move(drives);
     m_isRefreshing = false;
     emit drivesChanged();
