@@ -129,14 +129,18 @@ QCoro::Task<int> CommandLine::move(Parsed parsed)
 
     co_await m_app.drives()->refresh();
     const QString to = parsed.options.value(QStringLiteral("--to"));
-    const ExternalDrive *drive = m_app.drives()->drive(to);
-    if (drive == nullptr) {
+    const ExternalDrive *found = m_app.drives()->drive(to);
+    if (found == nullptr) {
         const fs::path asPath = fs::absolute(textToPath(to), error).lexically_normal();
         const fs::path normal = asPath.has_filename() ? asPath : asPath.parent_path();
-        drive = m_app.drives()->drive(pathToText(normal));
+        found = m_app.drives()->drive(pathToText(normal));
     }
-    if (drive == nullptr)
+    if (found == nullptr)
         co_return usageError(QStringLiteral("no external drive “%1”. “tessoly drives” lists them.").arg(to));
+    // A copy: another refresh (the one started at launch, a mount event) may
+    // replace the list while this command waits below.
+    const ExternalDrive chosen = *found;
+    const ExternalDrive *drive = &chosen;
     if (!drive->isSupported) {
         m_err << *drive->unsupportedReason << "\n";
         co_return 1;
