@@ -1,0 +1,264 @@
+// Write grants per drive: asked for once, remembered across restarts,
+// proven by a real write before each use, forgotten when they fail.
+#include "MovesSupport.h"
+#include "core/PathText.h"
+#include "moves/ExternalDestinationStore.h"
+#include "platform/linux/JsonDefaultsStore.h"
+
+#include <gtest/gtest.h>
+
+using namespace tessoly;
+using namespace tessoly::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+ExternalDrive driveAt(const fs::path &mountPoint, const QString &name)
+{
+    ExternalDrive drive;
+    drive.id = mountPoint;
+    drive.mountPoint = mountPoint;
+    drive.name = name;
+    drive.fileSystem = "ext4";
+    drive.isSupported = true;
+    return drive;
+}
+
+const QString kKey = QStringLiteral("TessolyExternalBookmarks.v1");
+
+struct Grants : ::testing::Test {
+    TempHome home;
+    ScriptedPrompter prompter;
+    RecordingRevealer revealer;
+    std::unique_ptr<platform::JsonDefaultsStore> defaults
+        = std::make_unique<platform::JsonDefaultsStore>(home.defaultsFile());
+    std::unique_ptr<ExternalDestinationStore> store
+        = std::make_unique<ExternalDestinationStore>(*defaults, prompter, revealer);
+
+    // A new process: everything read back from the disk.
+    void restart()
+    {
+        store.reset();
+        defaults = std::make_unique<platform::JsonDefaultsStore>(home.defaultsFile());
+        store = std::make_unique<ExternalDestinationStore>(*defaults, prompter, revealer);
+    }
+    std::unique_ptr<ScopedURL> ask(const ExternalDrive &drive) { return runTask(store->requestAccess(drive)); }
+};
+
+} // namespace
+
+TEST_F(Grants, FirstMoveAsksThenTheGrantIsUsedSilentlyAfterARestart)
+{
+    const fs::path mount = home.path() / "media/Archive";
+    fs::create_directories(mount);
+    const ExternalDrive drive = driveAt(mount, "Archive");
+    EXPECT_EQ(store->scopedURL(drive), nullptr); // nothing granted yet, nothing shown
+    EXPECT_TRUE(prompter.panels.empty());
+
+    prompter.folders.push_back(mount);
+    const std::unique_ptr<ScopedURL> scoped = ask(drive);
+    ASSERT_NE(scoped, nullptr);
+    EXPECT_EQ(scoped->parentURL(), mount);
+    EXPECT_EQ(scoped->url(), mount / "Tessoly Storage");
+    EXPECT_FALSE(scoped->didStartAccessing());
+    EXPECT_TRUE(fs::is_directory(mount / "Tessoly Storage"));
+    EXPECT_FALSE(fs::exists(mount / "Tessoly Storage/.tessoly-write-test"));
+    ASSERT_EQ(prompter.panels.size(), 1u);
+    const platform::OpenPanelRequest &panel = prompter.panels[0];
+    EXPECT_EQ(panel.title, "Allow Tessoly access to Archive");
+    EXPECT_EQ(panel.message,
+        "Allow Tessoly to write to Archive. Tessoly will create a \"Tessoly Storage\" folder for "
+        "moved files automatically — you don't need to pick or name anything. Just click Allow.");
+    EXPECT_EQ(panel.prompt, "Allow");
+    EXPECT_EQ(panel.directory, mount);
+    EXPECT_FALSE(panel.canChooseFiles);
+    EXPECT_TRUE(panel.canChooseDirectories);
+    EXPECT_FALSE(panel.allowsMultipleSelection);
+    EXPECT_TRUE(panel.canCreateDirectories);
+    EXPECT_FALSE(panel.showsHiddenFiles);
+    EXPECT_TRUE(prompter.alerts.empty());
+    ASSERT_EQ(store->bookmarks().keys(), QStringList{pathToText(mount)});
+
+    // Stored in the preferences under the fixed key, keyed by mount point.
+    const std::optional<QVariant> stored = defaults->object(kKey);
+    ASSERT_TRUE(stored.has_value());
+    EXPECT_EQ(stored->toMap().keys(), QStringList{pathToText(mount)});
+    EXPECT_EQ(stored->toMap().value(pathToText(mount)).typeId(), QMetaType::QByteArray);
+
+    restart();
+    // A write test left behind by a crash is overwritten and removed.
+    writeFile(mount / "Tessoly Storage/.tessoly-write-test", "left by a crash");
+    const std::unique_ptr<ScopedURL> again = store->scopedURL(drive);
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(again->url(), mount / "Tessoly Storage");
+    EXPECT_FALSE(fs::exists(mount / "Tessoly Storage/.tessoly-write-test"));
+    EXPECT_EQ(prompter.panels.size(), 1u); // the silent path showed nothing
+    // "Tessoly Storage" removed meanwhile: made again.
+    fs::remove_all(mount / "Tessoly Storage");
+    ASSERT_NE(store->scopedURL(drive), nullptr);
+    EXPECT_TRUE(fs::is_directory(mount / "Tessoly Storage"));
+    // Another folder now at the granted path (new identity): forgotten.
+    fs::rename(mount, home.path() / "media/Archive-old"); // kept, so its inode isn't reused
+    fs::create_directories(mount);
+    EXPECT_EQ(store->scopedURL(drive), nullptr);
+    EXPECT_TRUE(store->bookmarks().isEmpty());
+    restart();
+    EXPECT_TRUE(store->bookmarks().isEmpty());
+}
+
+TEST_F(Grants, WhatThePanelMayAnswer)
+{
+    const fs::path mount = home.path() / "media/Archive";
+    const fs::path elsewhere = home.path() / "Documents";
+    const fs::path lookalike = home.path() / "media/Archive2"; // same leading characters
+    for (const fs::path &p : {mount / "Projects/2024", elsewhere, lookalike})
+        fs::create_directories(p);
+    const ExternalDrive drive = driveAt(mount, "Archive");
+
+    // Cancelled: nothing, silently.
+    prompter.folders.push_back(std::nullopt);
+    EXPECT_EQ(ask(drive), nullptr);
+    EXPECT_TRUE(prompter.alerts.empty());
+    EXPECT_TRUE(store->bookmarks().isEmpty());
+    EXPECT_FALSE(fs::exists(home.defaultsFile()));
+
+    // Another drive: one alert, nothing stored, no retry.
+    prompter.folders.push_back(elsewhere);
+    EXPECT_EQ(ask(drive), nullptr);
+    ASSERT_EQ(prompter.alerts.size(), 1u);
+    EXPECT_EQ(prompter.alerts[0].title, "Pick a folder on Archive");
+    EXPECT_EQ(prompter.alerts[0].text,
+        "The folder you chose is on a different drive. Try again and pick anywhere inside "
+        "Archive — the drive itself is fine.");
+    EXPECT_EQ(prompter.alerts[0].buttons, QStringList{"OK"});
+    EXPECT_EQ(prompter.panels.size(), 2u);
+    EXPECT_TRUE(store->bookmarks().isEmpty());
+    EXPECT_FALSE(fs::exists(elsewhere / "Tessoly Storage"));
+
+    // The prefix test is on the strings: a look-alike path passes it.
+    prompter.folders.push_back(lookalike);
+    EXPECT_NE(ask(drive), nullptr);
+    EXPECT_EQ(prompter.alerts.size(), 1u);
+
+    // A sub-folder of the drive: "Tessoly Storage" goes inside it, the grant is for it.
+    prompter.folders.push_back(mount / "Projects/2024");
+    const std::unique_ptr<ScopedURL> scoped = ask(drive);
+    ASSERT_NE(scoped, nullptr);
+    EXPECT_EQ(scoped->url(), mount / "Projects/2024/Tessoly Storage");
+    EXPECT_TRUE(fs::is_directory(mount / "Projects/2024/Tessoly Storage"));
+    EXPECT_FALSE(fs::exists(mount / "Tessoly Storage"));
+    restart();
+    const std::unique_ptr<ScopedURL> silent = store->scopedURL(drive);
+    ASSERT_NE(silent, nullptr);
+    EXPECT_EQ(silent->url(), mount / "Projects/2024/Tessoly Storage");
+}
+
+TEST_F(Grants, ANonDataValueUnderTheKeyEmptiesTheWholeMap)
+{
+    const fs::path mount = home.path() / "media/Archive";
+    fs::create_directories(mount);
+    const ExternalDrive drive = driveAt(mount, "Archive");
+    prompter.folders.push_back(mount);
+    ASSERT_NE(ask(drive), nullptr);
+    const QByteArray good = store->bookmarks().value(pathToText(mount));
+
+    for (const QVariant &bad : {QVariant(QStringLiteral("not data")), QVariant(qint64(7))}) {
+        QVariantMap map;
+        map.insert(pathToText(mount), good);
+        map.insert(QStringLiteral("/media/Other"), bad);
+        ASSERT_TRUE(defaults->set(kKey, map));
+        restart();
+        EXPECT_TRUE(store->bookmarks().isEmpty()) << bad.typeName();
+        EXPECT_EQ(store->scopedURL(drive), nullptr);
+    }
+    // Not a map at all.
+    ASSERT_TRUE(defaults->set(kKey, QStringLiteral("garbage")));
+    restart();
+    EXPECT_TRUE(store->bookmarks().isEmpty());
+    // The good entry alone is read back.
+    QVariantMap map;
+    map.insert(pathToText(mount), good);
+    ASSERT_TRUE(defaults->set(kKey, map));
+    restart();
+    EXPECT_EQ(store->bookmarks().size(), 1);
+    EXPECT_NE(store->scopedURL(drive), nullptr);
+}
+
+TEST_F(Grants, WriteTestCreatesTheFolderAndFailsWhereNothingCanBeWritten)
+{
+    EXPECT_TRUE(canWrite(home.path() / "new/deeper"));
+    EXPECT_TRUE(fs::is_directory(home.path() / "new/deeper"));
+    EXPECT_FALSE(fs::exists(home.path() / "new/deeper/.tessoly-write-test"));
+    writeFile(home.path() / "a-file", "x");
+    EXPECT_FALSE(canWrite(home.path() / "a-file"));
+    EXPECT_FALSE(canWrite(home.path() / "a-file/below"));
+    // A grant names one folder on one volume.
+    const std::optional<QByteArray> grant = makeGrant(home.path());
+    ASSERT_TRUE(grant.has_value());
+    EXPECT_EQ(resolveGrant(*grant), home.path());
+    EXPECT_FALSE(makeGrant(home.path() / "a-file").has_value());
+    EXPECT_FALSE(resolveGrant("{}").has_value());
+    EXPECT_FALSE(resolveGrant("not json").has_value());
+}
+
+TEST_F(Grants, ReformattedReadOnlyAndProtectedDrivesOnARealMount)
+{
+    if (!canMount())
+        GTEST_SKIP() << "mounting isn't permitted here (needs root with mount rights); CI runs this as root";
+    ExternalRoot root;
+    LoopDrive loop(root.path(), "Archive", "ext4", 16, "Archive");
+    ASSERT_TRUE(loop.ok()) << loop.error();
+    const ExternalDrive drive = driveAt(loop.mountPoint(), "Archive");
+
+    prompter.folders.push_back(loop.mountPoint());
+    ASSERT_NE(ask(drive), nullptr);
+    ASSERT_EQ(store->bookmarks().size(), 1);
+    restart();
+    ASSERT_NE(store->scopedURL(drive), nullptr);
+
+    // Formatted again and mounted at the same path: the grant no longer
+    // resolves, forgets itself, and the next request asks again.
+    ASSERT_TRUE(loop.reformat()) << loop.error();
+    restart();
+    ASSERT_EQ(store->bookmarks().size(), 1);
+    EXPECT_EQ(store->scopedURL(drive), nullptr);
+    EXPECT_TRUE(store->bookmarks().isEmpty());
+    restart();
+    EXPECT_TRUE(store->bookmarks().isEmpty()); // the removal was persisted
+    const std::size_t panels = prompter.panels.size();
+    prompter.folders.push_back(loop.mountPoint());
+    ASSERT_NE(ask(drive), nullptr);
+    EXPECT_EQ(prompter.panels.size(), panels + 1);
+    ASSERT_EQ(store->bookmarks().size(), 1);
+
+    // The write test fails (read-only): the grant is removed.
+    ASSERT_TRUE(loop.remount("ro"));
+    EXPECT_EQ(store->scopedURL(drive), nullptr);
+    EXPECT_TRUE(store->bookmarks().isEmpty());
+    ASSERT_TRUE(loop.remount("rw"));
+
+    // A folder nothing may write into: the ownership alert, no grant.
+    const fs::path locked = loop.mountPoint() / "Locked";
+    fs::create_directories(locked);
+    ASSERT_EQ(runProcess("chattr", {"+i", QString::fromStdString(locked.native())}).exitCode, 0);
+    prompter.folders.push_back(locked);
+    prompter.buttons.push_back(0);
+    EXPECT_EQ(ask(drive), nullptr);
+    ASSERT_EQ(prompter.alerts.size(), 1u);
+    const platform::AlertRequest &alert = prompter.alerts[0];
+    EXPECT_EQ(alert.title, "Archive needs one Finder setting changed");
+    EXPECT_EQ(alert.buttons, (QStringList{"Show me in Finder", "Not Now"}));
+    EXPECT_TRUE(alert.text.startsWith("Your external drive has \"ownership protection\" on, which prevents any app — "
+                                      "Tessoly, Finder uploads, video editors, anything — from writing to it."));
+    EXPECT_TRUE(alert.text.contains("1.  Right-click Archive → Get Info\n"));
+    EXPECT_TRUE(alert.text.endsWith("5.  Close Get Info and come back to Tessoly → try the move again\n\n(This is a "
+                                    "one-time setting per drive.)"));
+    ASSERT_EQ(revealer.revealed.size(), 1u);
+    EXPECT_EQ(revealer.revealed[0], loop.mountPoint());
+    EXPECT_TRUE(store->bookmarks().isEmpty());
+    prompter.folders.push_back(locked);
+    prompter.buttons.push_back(1); // "Not Now"
+    EXPECT_EQ(ask(drive), nullptr);
+    EXPECT_EQ(revealer.revealed.size(), 1u);
+    runProcess("chattr", {"-i", QString::fromStdString(locked.native())});
+}

@@ -1,0 +1,314 @@
+#include "MovesSupport.h"
+
+#include <QCryptographicHash>
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <map>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tessoly::test {
+namespace fs = std::filesystem;
+
+namespace {
+
+QString q(const fs::path &path)
+{
+    return QString::fromLocal8Bit(path.c_str());
+}
+
+fs::path makeTempFolder(const char *pattern)
+{
+    std::string name = (fs::temp_directory_path() / pattern).native();
+    return ::mkdtemp(name.data());
+}
+
+// Raw name bytes with everything outside printable ASCII as \xNN.
+std::string escaped(const std::string &bytes)
+{
+    static const char *hex = "0123456789abcdef";
+    std::string out;
+    for (const unsigned char c : bytes) {
+        if (c >= 0x20 && c < 0x7f && c != '\\') {
+            out.push_back(static_cast<char>(c));
+        } else {
+            out += "\\x";
+            out.push_back(hex[c >> 4]);
+            out.push_back(hex[c & 15]);
+        }
+    }
+    return out;
+}
+
+} // namespace
+
+ExternalRoot::ExternalRoot()
+    : m_path(makeTempFolder("tessoly-drives-XXXXXX"))
+{
+}
+
+ExternalRoot::~ExternalRoot()
+{
+    std::error_code ignored;
+    // Never walk into something still mounted below: unmount leftovers first.
+    for (const fs::directory_entry &entry : fs::directory_iterator(m_path, ignored))
+        ::umount2(entry.path().c_str(), MNT_DETACH);
+    fs::remove_all(m_path, ignored);
+}
+
+LoopDrive::LoopDrive(const fs::path &root, const std::string &name, const std::string &fileSystem, int megabytes,
+    const std::string &label)
+    : m_mountPoint(root / name)
+    , m_fileSystem(fileSystem)
+    , m_label(label)
+{
+    m_image = root / ("." + name + ".img");
+    fs::create_directories(m_mountPoint);
+    const ProcessRun made = runProcess("truncate", {"-s", QString::number(megabytes) + "M", q(m_image)});
+    if (made.exitCode != 0) {
+        m_error = "truncate failed: " + made.err.toStdString();
+        return;
+    }
+    if (makeFileSystem())
+        mount();
+}
+
+LoopDrive::~LoopDrive()
+{
+    if (m_mounted && !unmount())
+        ::umount2(m_mountPoint.c_str(), MNT_DETACH);
+    std::error_code ignored;
+    fs::remove(m_image, ignored);
+}
+
+bool LoopDrive::makeFileSystem()
+{
+    QStringList arguments;
+    QString program;
+    if (m_fileSystem == "ext4") {
+        program = "mkfs.ext4";
+        arguments << "-q"
+                  << "-F"
+                  << "-b"
+                  << "4096"
+                  << "-E"
+                  << "lazy_itable_init=1,nodiscard";
+        if (!m_label.empty())
+            arguments << "-L" << QString::fromStdString(m_label);
+    } else if (m_fileSystem == "vfat") {
+        program = "mkfs.vfat";
+        if (!m_label.empty())
+            arguments << "-n" << QString::fromStdString(m_label);
+    } else {
+        program = "mkfs." + QString::fromStdString(m_fileSystem);
+        if (!m_label.empty())
+            arguments << "-L" << QString::fromStdString(m_label);
+    }
+    arguments << q(m_image);
+    const ProcessRun made = runProcess(program, arguments);
+    if (made.exitCode != 0)
+        m_error = program.toStdString() + " failed: " + made.err.toStdString();
+    return made.exitCode == 0;
+}
+
+bool LoopDrive::mount(const std::string &options)
+{
+    QString all = "loop";
+    if (!options.empty())
+        all += "," + QString::fromStdString(options);
+    const ProcessRun run
+        = runProcess("mount", {"-o", all, "-t", QString::fromStdString(m_fileSystem), q(m_image), q(m_mountPoint)});
+    m_mounted = run.exitCode == 0;
+    if (!m_mounted)
+        m_error = "mount failed: " + run.err.toStdString();
+    return m_mounted;
+}
+
+bool LoopDrive::unmount()
+{
+    if (!m_mounted)
+        return true;
+    ProcessRun run = runProcess("umount", {q(m_mountPoint)});
+    if (run.exitCode != 0)
+        run = runProcess("umount", {"-l", q(m_mountPoint)});
+    m_mounted = run.exitCode != 0;
+    return !m_mounted;
+}
+
+bool LoopDrive::remount(const std::string &options)
+{
+    return runProcess("mount", {"-o", "remount," + QString::fromStdString(options), q(m_mountPoint)}).exitCode == 0;
+}
+
+bool LoopDrive::reformat()
+{
+    return unmount() && makeFileSystem() && mount();
+}
+
+std::string treeSignature(const fs::path &root)
+{
+    std::vector<std::pair<std::string, std::string>> lines;
+    std::map<std::pair<dev_t, ino_t>, std::string> firstName;
+    const std::function<void(const fs::path &, const std::string &)> visit
+        = [&](const fs::path &path, const std::string &relative) {
+              struct stat st { };
+              if (::lstat(path.c_str(), &st) != 0) {
+                  lines.emplace_back(relative, escaped(relative) + " unreadable");
+                  return;
+              }
+              std::string line = escaped(relative) + " mode=" + std::to_string(st.st_mode)
+                  + " mtime=" + std::to_string(qint64(st.st_mtim.tv_sec) * 1'000'000'000 + st.st_mtim.tv_nsec);
+              if (S_ISREG(st.st_mode)) {
+                  const std::string content = readFile(path);
+                  line += " size=" + std::to_string(st.st_size) + " read=" + std::to_string(content.size()) + " sha="
+                      + QCryptographicHash::hash(QByteArray::fromStdString(content), QCryptographicHash::Sha256)
+                            .toHex()
+                            .toStdString();
+                  if (st.st_nlink > 1) {
+                      const auto [it, fresh] = firstName.emplace(std::pair{st.st_dev, st.st_ino}, relative);
+                      line += " links=" + std::to_string(st.st_nlink)
+                          + (fresh ? std::string() : " same-as=" + escaped(it->second));
+                  }
+              } else if (S_ISLNK(st.st_mode)) {
+                  std::error_code error;
+                  line += " -> " + escaped(fs::read_symlink(path, error).native());
+              } else if (S_ISDIR(st.st_mode)) {
+                  std::vector<std::string> names;
+                  std::error_code error;
+                  for (const fs::directory_entry &entry : fs::directory_iterator(path, error))
+                      names.push_back(entry.path().filename().native());
+                  if (error)
+                      line += " unlistable";
+                  std::sort(names.begin(), names.end());
+                  lines.emplace_back(relative, line);
+                  for (const std::string &name : names)
+                      visit(path / name, relative == "." ? name : relative + "/" + name);
+                  return;
+              }
+              lines.emplace_back(relative, line);
+          };
+    visit(root, ".");
+    std::string out;
+    for (const auto &[relative, line] : lines)
+        out += line + "\n";
+    return out;
+}
+
+void setModified(const fs::path &path, qint64 secondsSinceEpoch, long nanoseconds)
+{
+    const struct timespec times[2] = {{secondsSinceEpoch, nanoseconds}, {secondsSinceEpoch, nanoseconds}};
+    ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW);
+}
+
+QCoro::Task<std::optional<fs::path>> ScriptedPrompter::chooseFolder(platform::OpenPanelRequest request)
+{
+    panels.push_back(request);
+    std::optional<fs::path> answer;
+    if (!folders.empty()) {
+        answer = folders.front();
+        folders.pop_front();
+    }
+    co_return answer;
+}
+
+QCoro::Task<int> ScriptedPrompter::alert(platform::AlertRequest request)
+{
+    alerts.push_back(request);
+    int answer = static_cast<int>(request.buttons.size()) - 1;
+    if (!buttons.empty()) {
+        answer = buttons.front();
+        buttons.pop_front();
+    }
+    co_return answer;
+}
+
+QString HookedOperations::copyItem(const fs::path &source, const fs::path &target)
+{
+    return onCopy ? onCopy(source, target) : realCopy(source, target);
+}
+
+QString HookedOperations::moveItem(const fs::path &source, const fs::path &target)
+{
+    return onMove ? onMove(source, target) : MoveFileOperations::moveItem(source, target);
+}
+
+QString HookedOperations::removeItem(const fs::path &path)
+{
+    return onRemove ? onRemove(path) : realRemove(path);
+}
+
+platform::TrashOutcome HookedOperations::trashItem(const fs::path &path)
+{
+    if (onTrash)
+        if (std::optional<platform::TrashOutcome> outcome = onTrash(path))
+            return *outcome;
+    return realTrash(path);
+}
+
+QString HookedOperations::createSymbolicLink(const fs::path &at, const fs::path &target)
+{
+    return onSymlink ? onSymlink(at, target) : MoveFileOperations::createSymbolicLink(at, target);
+}
+
+std::optional<qint64> HookedOperations::freeSpace(const fs::path &path) const
+{
+    return onFreeSpace ? onFreeSpace(path) : MoveFileOperations::freeSpace(path);
+}
+
+qint64 HookedOperations::allocatedSize(const fs::path &path) const
+{
+    if (onSize)
+        if (const std::optional<qint64> size = onSize(path))
+            return *size;
+    return MoveFileOperations::allocatedSize(path);
+}
+
+bool isPendingName(const fs::path &path)
+{
+    const std::string name = path.filename().native();
+    const auto at = name.rfind(".tessoly-pending.");
+    return name.starts_with(".") && at != std::string::npos && name.size() == at + 17 + 8;
+}
+
+std::vector<fs::path> pendingEntries(const fs::path &folder)
+{
+    std::vector<fs::path> found;
+    std::error_code error;
+    for (const fs::directory_entry &entry : fs::directory_iterator(folder, error))
+        if (entry.path().filename().native().find(".tessoly-pending.") != std::string::npos)
+            found.push_back(entry.path());
+    return found;
+}
+
+void buildRichTree(const fs::path &root)
+{
+    writeFile(root / "top.txt", "top level text\n");
+    writeFile(root / "a/b/c/deep.bin", std::string(70000, '\x5a') + "tail");
+    writeFile(root / "a/notes.md", "# notes\n");
+    fs::create_directories(root / "empty");
+    fs::create_directories(root / "a/b/empty-too");
+    writeFile(root / "private.key", "secret");
+    ::chmod((root / "private.key").c_str(), 0600);
+    writeFile(root / "run.sh", "#!/bin/sh\necho hi\n");
+    ::chmod((root / "run.sh").c_str(), 0755);
+    writeFile(root / "frozen.txt", "read only");
+    ::chmod((root / "frozen.txt").c_str(), 0444);
+    writeFile(root / "caf\xe9", "latin-1 name");
+    writeFile(root / "dir-\xff\xfe/inner", "under a non-UTF-8 folder");
+    writeFile(root / "hard-one", "two names, one file");
+    fs::create_hard_link(root / "hard-one", root / "a/hard-two");
+    fs::create_symlink("b/c/deep.bin", root / "a/relative-link");
+    fs::create_symlink("/etc/hostname", root / "absolute-link");
+    fs::create_symlink("does/not/exist", root / "dangling-link");
+    // Old times with nanoseconds, on files, links and folders (folders last).
+    qint64 when = 1'500'000'000;
+    for (const char *name : {"top.txt", "a/b/c/deep.bin", "a/notes.md", "private.key", "run.sh", "frozen.txt",
+             "caf\xe9", "dir-\xff\xfe/inner", "hard-one", "a/relative-link", "absolute-link", "dangling-link"})
+        setModified(root / name, when += 86'400, 123'456'789);
+    for (const char *name : {"a/b/c", "a/b/empty-too", "a/b", "a", "empty", "dir-\xff\xfe", "."})
+        setModified(root / name, when += 3'600, 987'654'321);
+}
+
+} // namespace tessoly::test
