@@ -25,7 +25,7 @@ QString formatRelativeTime(const QDateTime &when, const QDateTime &now)
         }
     }
     const QString phrase = QStringLiteral("%1 %2%3").arg(count).arg(QLatin1String(name), count == 1 ? "" : "s");
-    return delta >= 0 ? phrase + QStringLiteral(" ago") : QStringLiteral("in ") + phrase;
+    return delta > 0 ? phrase + QStringLiteral(" ago") : QStringLiteral("in ") + phrase;
 }
 
 } // namespace tessoly

@@ -133,11 +133,14 @@ QCoro::Task<void> MoveController::startMove()
     m_activeScope = std::move(scope);
     const bool deleteImmediately =
         m_defaults.boolValue(QString::fromLatin1(SettingsStore::kDeleteImmediatelyKey)).value_or(false);
-    co_await m_mover.move(m_itemPath, m_activeScope->url(), deleteImmediately,
-                          [self](const MoveProgress &progress) {
-                              if (self)
-                                  self->setProgress(progress);
-                          });
+    // Named, not a temporary of the co_await expression: g++ 12 destroys such
+    // temporaries twice, which here corrupted the guard's reference count.
+    FolderMover::ProgressHandler onProgress = [self](const MoveProgress &progress) {
+        if (self)
+            self->setProgress(progress);
+    };
+    fs::path destination = m_activeScope->url();
+    co_await m_mover.move(m_itemPath, std::move(destination), deleteImmediately, std::move(onProgress));
     if (self)
         self->m_activeScope.reset();
 }

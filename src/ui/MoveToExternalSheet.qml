@@ -8,8 +8,8 @@ import Tessoly
 Dialog {
     id: sheet
     objectName: "moveSheet"
-    property var controller: Services.moveSheet
-    property var drives: Services.drives
+    readonly property QtObject controller: Services.moveSheet
+    readonly property QtObject drives: Services.drives
 
     // Opens the sheet for an item (path and size in bytes).
     function openFor(path, bytes) {

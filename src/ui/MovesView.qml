@@ -7,8 +7,8 @@ import Tessoly
 // stale folders worth moving.
 Item {
     id: view
-    property var inventory: Services.inventory
-    property var offload: Services.offload
+    readonly property QtObject inventory: Services.inventory
+    readonly property QtObject offload: Services.offload
     property var feedback: ({ id: "", message: "", success: false })
     property var working: ({}) // record ids being brought back
 

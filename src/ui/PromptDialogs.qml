@@ -8,7 +8,7 @@ import Tessoly
 // alerts. Each answer goes back to the prompter that asked.
 Item {
     id: dialogs
-    property var prompter: Services.prompter
+    readonly property QtObject prompter: Services.prompter
 
     Connections {
         target: dialogs.prompter

@@ -121,9 +121,28 @@ bool LoopDrive::mount(const std::string &options)
     const ProcessRun run
         = runProcess("mount", {"-o", all, "-t", QString::fromStdString(m_fileSystem), q(m_image), q(m_mountPoint)});
     m_mounted = run.exitCode == 0;
+    if (!m_mounted && options.empty() && (m_fileSystem == "exfat" || m_fileSystem == "vfat"))
+        m_mounted = mountThroughFuse();
     if (!m_mounted)
         m_error = "mount failed: " + run.err.toStdString();
     return m_mounted;
+}
+
+// Kernels without FAT or exFAT drivers still mount them through FUSE, as a
+// desktop does: exFAT on a loop device (it shows as "fuseblk"), FAT from the image.
+bool LoopDrive::mountThroughFuse()
+{
+    if (m_fileSystem == "vfat")
+        return runProcess("fusefat", {"-o", "rw+", q(m_image), q(m_mountPoint)}).exitCode == 0;
+    const ProcessRun attached = runProcess("losetup", {"-f", "--show", q(m_image)});
+    if (attached.exitCode != 0)
+        return false;
+    m_loopDevice = attached.out.trimmed().toStdString();
+    if (runProcess("mount.exfat-fuse", {QString::fromStdString(m_loopDevice), q(m_mountPoint)}).exitCode == 0)
+        return true;
+    runProcess("losetup", {"-d", QString::fromStdString(m_loopDevice)});
+    m_loopDevice.clear();
+    return false;
 }
 
 bool LoopDrive::unmount()
@@ -134,6 +153,10 @@ bool LoopDrive::unmount()
     if (run.exitCode != 0)
         run = runProcess("umount", {"-l", q(m_mountPoint)});
     m_mounted = run.exitCode != 0;
+    if (!m_mounted && !m_loopDevice.empty()) {
+        runProcess("losetup", {"-d", QString::fromStdString(m_loopDevice)});
+        m_loopDevice.clear();
+    }
     return !m_mounted;
 }
 

@@ -59,7 +59,10 @@ private:
     std::filesystem::path m_mountPoint;
     std::string m_fileSystem;
     std::string m_label;
+    bool mountThroughFuse();
+
     bool m_mounted = false;
+    std::string m_loopDevice; // attached by hand for a FUSE mount
     std::string m_error;
 };
 

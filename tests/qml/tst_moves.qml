@@ -25,7 +25,8 @@ Item {
 
         function setDrives(drives) {
             Hooks.setDrives(drives)
-            tryCompare(Services.drives.drives, "length", drives.length)
+            const names = drives.map(d => d.name).sort().join(",")
+            tryVerify(() => Services.drives.drives.map(d => d.name).sort().join(",") === names)
         }
 
         function chooseFirstDrive() {
