@@ -120,6 +120,7 @@ Item {
 
     MoveToExternalSheet {
         id: moveSheet
+        objectName: "bigFilesMoveSheet"
         onClosed: view.selectedItem = null
     }
 

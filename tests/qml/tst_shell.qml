@@ -82,6 +82,21 @@ Item {
             verify(!Hooks.exists(path))
         }
 
+        function test_big_files_row_opens_the_move_sheet() {
+            Hooks.seedBigFiles()
+            select("explore")
+            const list = findChild(shell, "bigFilesList")
+            tryCompare(list, "count", 2)
+            const button = findChild(list, "moveButton_1")
+            mouseClick(button)
+            const sheet = findChild(shell, "bigFilesMoveSheet")
+            tryCompare(sheet, "opened", true)
+            compare(findChild(sheet.contentItem, "sheetItemName").text, "Season 1.mkv")
+            compare(findChild(sheet.contentItem, "sheetItemDetail").text, "1.25 GB · ~/Movies/Season 1.mkv")
+            mouseClick(findChild(sheet.contentItem, "cancelMove"))
+            tryCompare(sheet, "visible", false)
+        }
+
         function test_history_restore() {
             select("activity")
             verify(findChild(shell, "historyEmpty").visible)
