@@ -83,7 +83,7 @@ QString recordId(const SymlinkRecord &record)
     return record.id.toString(QUuid::WithoutBraces).toUpper();
 }
 
-qint64 allocatedSize(fs::path item)
+qint64 allocatedSize(const fs::path &item)
 {
     return platform::walkTree(item).allocatedBytes;
 }

@@ -9,7 +9,7 @@
 #include <map>
 #include <mutex>
 #include <sys/stat.h>
-#include <time.h>
+#include <ctime>
 
 namespace tessoly {
 namespace fs = std::filesystem;

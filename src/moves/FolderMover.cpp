@@ -29,17 +29,18 @@ MoveProgress failure(MoveError::Kind kind, QString text = {})
     return progress;
 }
 
-qint64 measure(MoveFileOperations *operations, fs::path source)
+qint64 measure(MoveFileOperations *operations, const fs::path &source)
 {
     return operations->allocatedSize(source);
 }
 
-QString copy(MoveFileOperations *operations, fs::path source, fs::path destination)
+QString copy(MoveFileOperations *operations, const fs::path &source, const fs::path &destination)
 {
     return operations->copyItem(source, destination);
 }
 
-VerificationReport verify(MoveFileOperations *operations, fs::path source, fs::path destination, qint64 startedAtNs)
+VerificationReport verify(MoveFileOperations *operations, const fs::path &source, const fs::path &destination,
+                          qint64 startedAtNs)
 {
     return verifyCopy(source, destination, startedAtNs, *operations);
 }
@@ -123,7 +124,7 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     // 8. The link takes its place.
     onProgress(stage(MoveProgress::Stage::CreatingSymlink));
     if (const QString error = m_operations.createSymbolicLink(source, destination); !error.isEmpty()) {
-        (void)m_operations.moveItem(pending, source);
+        (void)m_operations.moveItem(pending, source); // NOLINT(readability-suspicious-call-argument): put back
         (void)m_operations.removeItem(destination);
         onProgress(failure(MoveError::Kind::SymlinkFailed, error));
         co_return;

@@ -45,7 +45,7 @@ public:
     Q_INVOKABLE void open(const QString &path, qint64 bytes);
     void open(const std::filesystem::path &path, qint64 bytes);
     // Whether a drive's row can be chosen: supported and large enough.
-    Q_INVOKABLE bool canChoose(const QString &driveId) const;
+    [[nodiscard]] Q_INVOKABLE bool canChoose(const QString &driveId) const;
     Q_INVOKABLE void selectDrive(const QString &driveId);
     void selectDrive(const ExternalDrive &drive) { m_selectedDrive = drive; emit selectedDriveChanged(); }
     // "Move and symlink".

@@ -132,12 +132,12 @@ void SymlinkInventory::refresh()
 
 namespace {
 
-qint64 sizeOf(MoveFileOperations *operations, fs::path item)
+qint64 sizeOf(MoveFileOperations *operations, const fs::path &item)
 {
     return operations->allocatedSize(item);
 }
 
-QString copyBack(MoveFileOperations *operations, fs::path external, fs::path staging)
+QString copyBack(MoveFileOperations *operations, const fs::path &external, const fs::path &staging)
 {
     return operations->copyItem(external, staging);
 }

@@ -46,7 +46,7 @@ namespace tessoly::platform {
 // Answers as a user who isn't there would: no folder, the last button.
 class DecliningPrompter final : public Prompter {
 public:
-    [[nodiscard]] QCoro::Task<std::optional<std::filesystem::path>> chooseFolder(OpenPanelRequest) override
+    [[nodiscard]] QCoro::Task<std::optional<std::filesystem::path>> chooseFolder(OpenPanelRequest /*request*/) override
     {
         co_return std::nullopt;
     }

@@ -3,7 +3,9 @@
 #include "core/PathText.h"
 #include "platform/AtomicFile.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <initializer_list>
 #include <dirent.h>
 #include <fcntl.h>
 #include <map>
@@ -92,7 +94,7 @@ private:
         return std::nullopt;
     }
 
-    void keepOwnerAndTimes(int targetDir, const fs::path &targetName, const struct stat &st)
+    static void keepOwnerAndTimes(int targetDir, const fs::path &targetName, const struct stat &st)
     {
         // Owners can only be given away by a privileged process; elsewhere the copy is the user's.
         (void)::fchownat(targetDir, targetName.c_str(), st.st_uid, st.st_gid, AT_SYMLINK_NOFOLLOW);
@@ -128,7 +130,7 @@ private:
                 return CopyFailure{listError, relative};
         }
         for (const std::string &child : names) {
-            if (auto failure = copyEntry(source.get(), child, target.get(), child, relative + "/" + child))
+            if (auto failure = copyEntry(source.get(), child, target.get(), child, std::string(relative).append("/").append(child)))
                 return failure;
         }
         (void)::fchown(target.get(), st.st_uid, st.st_gid);
@@ -191,43 +193,44 @@ private:
         return std::nullopt;
     }
 
+    // Runs one in-kernel copy call until the end of the source. Returns 0,
+    // errno, or -1 when the call can't serve this pair of files and nothing
+    // was written yet (the caller falls back to the next way).
+    template <typename Call>
+    static int copyInKernel(Call call, int target, std::initializer_list<int> unsupported)
+    {
+        for (;;) {
+            const ssize_t copied = call();
+            if (copied == 0)
+                return 0;
+            if (copied > 0 || errno == EINTR)
+                continue;
+            const int error = errno;
+            if (std::find(unsupported.begin(), unsupported.end(), error) != unsupported.end()
+                && ::lseek(target, 0, SEEK_CUR) == 0)
+                return -1;
+            return error;
+        }
+    }
+
     // Copies to the end of the source: in the kernel where it can, otherwise
     // through a buffer. Returns 0 or errno.
     int copyData(int source, int target)
     {
         constexpr std::size_t chunk = std::size_t{1} << 30;
         if (m_mode == Mode::CopyFileRange) {
-            for (;;) {
-                const ssize_t copied = ::copy_file_range(source, nullptr, target, nullptr, chunk, 0);
-                if (copied == 0)
-                    return 0;
-                if (copied > 0)
-                    continue;
-                if (errno == EINTR)
-                    continue;
-                if ((errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)
-                    && ::lseek(target, 0, SEEK_CUR) == 0) {
-                    m_mode = Mode::SendFile; // another file system: the kernel won't do it here
-                    break;
-                }
-                return errno;
-            }
+            const int result = copyInKernel([&] { return ::copy_file_range(source, nullptr, target, nullptr, chunk, 0); },
+                                            target, {EXDEV, EINVAL, ENOSYS, EOPNOTSUPP});
+            if (result >= 0)
+                return result;
+            m_mode = Mode::SendFile; // another file system: the kernel won't do it here
         }
         if (m_mode == Mode::SendFile) {
-            for (;;) {
-                const ssize_t copied = ::sendfile(target, source, nullptr, chunk);
-                if (copied == 0)
-                    return 0;
-                if (copied > 0)
-                    continue;
-                if (errno == EINTR)
-                    continue;
-                if ((errno == EINVAL || errno == ENOSYS) && ::lseek(target, 0, SEEK_CUR) == 0) {
-                    m_mode = Mode::Buffer;
-                    break;
-                }
-                return errno;
-            }
+            const int result =
+                copyInKernel([&] { return ::sendfile(target, source, nullptr, chunk); }, target, {EINVAL, ENOSYS});
+            if (result >= 0)
+                return result;
+            m_mode = Mode::Buffer;
         }
         std::vector<char> buffer(std::size_t{1} << 20);
         for (;;) {
@@ -265,7 +268,7 @@ QString copyItem(const fs::path &source, const fs::path &target)
     const std::optional<CopyFailure> failure = copier.copyRoot(source, target);
     if (!failure)
         return {};
-    const QString reason = errorText(failure->error);
+    QString reason = errorText(failure->error);
     if (failure->relativePath.empty())
         return reason;
     const QString name = pathToText(fs::path(failure->relativePath).filename());

@@ -58,10 +58,7 @@ bool isPseudoFileSystem(const std::string &type)
         "securityfs", "debugfs",  "tracefs",  "pstore",     "bpf",      "mqueue",      "hugetlbfs", "configfs",
         "fusectl",   "autofs",    "binfmt_misc", "efivarfs", "ramfs",   "nsfs",        "squashfs", "rpc_pipefs",
         "nfsd",      "selinuxfs", "fuse.gvfsd-fuse", "fuse.portal", "fuse.lxcfs", "aufs", "shm", "none"};
-    for (const char *name : pseudo)
-        if (type == name)
-            return true;
-    return false;
+    return std::any_of(pseudo.begin(), pseudo.end(), [&](const char *name) { return type == name; });
 }
 
 bool isNetworkFileSystem(const std::string &type)
@@ -247,9 +244,8 @@ VolumeDescription describe(const MountEntry &entry, const std::vector<fs::path> 
     const bool underExternalRoot = std::any_of(externalRoots.begin(), externalRoots.end(),
                                                [&](const fs::path &root) { return isUnder(entry.mountPoint, root); });
     volume.isRemovable = removable;
-    volume.isInternal = entry.mountPoint != "/" && (removable || underExternalRoot || isNetworkFileSystem(entry.fileSystemType))
-                            ? false
-                            : true;
+    volume.isInternal = entry.mountPoint == "/"
+                        || !(removable || underExternalRoot || isNetworkFileSystem(entry.fileSystemType));
     const std::string type = entry.fileSystemType == "fuseblk" ? probeFuseBlockFormat(entry.source) : entry.fileSystemType;
     if (!type.empty() && type != "fuseblk")
         volume.formatDescription = LinuxMountedVolumes::formatDescription(type);
