@@ -4,6 +4,8 @@
 #include "moves/ExternalDriveManager.h"
 #include "platform/linux/LinuxMountedVolumes.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <gtest/gtest.h>
 
 using namespace tessoly;
@@ -255,4 +257,34 @@ TEST(RealDrives, FatAndExfatDrivesAreListedAsUnsupported)
     }
     if (tried == 0)
         GTEST_SKIP() << "this kernel can mount neither exfat nor vfat; the mount-table test covers their description";
+}
+
+// Waits, handling events, until the manager lists (or stops listing) a mount point.
+static bool waitForListing(ExternalDriveManager &manager, const fs::path &mountPoint, bool listed)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 10'000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        if ((manager.drive(QString::fromStdString(mountPoint.native())) != nullptr) == listed && !manager.isRefreshing())
+            return true;
+    }
+    return false;
+}
+
+TEST(RealDrives, MountingAndUnmountingRefreshTheListByThemselves)
+{
+    if (!canMount())
+        GTEST_SKIP() << "mounting isn't permitted here (needs root with mount rights); CI runs this as root";
+    ExternalRoot root;
+    platform::LinuxMountedVolumes mounts("/proc/self/mountinfo", {root.path()});
+    ExternalDriveManager manager(mounts); // refreshes at once and watches the mount table
+    const fs::path mountPoint = root.path() / "Plugged";
+    ASSERT_TRUE(waitForListing(manager, mountPoint, false));
+    {
+        LoopDrive drive(root.path(), "Plugged", "ext4", 8);
+        ASSERT_TRUE(drive.ok()) << drive.error();
+        EXPECT_TRUE(waitForListing(manager, mountPoint, true)) << "no refresh after the drive was mounted";
+    }
+    EXPECT_TRUE(waitForListing(manager, mountPoint, false)) << "no refresh after the drive was unmounted";
 }

@@ -56,10 +56,14 @@ void FileManagerRevealer::reveal(const std::filesystem::path &item)
 
 QCoro::Task<ProcessOutput> QtProcessRunner::run(std::filesystem::path program, QStringList arguments)
 {
+    ProcessOutput output;
+    // A missing program would otherwise be noticed only when waiting for its
+    // start times out.
+    if (::access(program.c_str(), X_OK) != 0)
+        co_return output;
     QProcess process;
     process.setProgram(QFile::decodeName(program.c_str()));
     process.setArguments(arguments);
-    ProcessOutput output;
     output.started = co_await qCoro(process).start();
     if (!output.started)
         co_return output;
