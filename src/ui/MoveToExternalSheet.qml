@@ -95,13 +95,23 @@ Dialog {
                 }
             }
 
-            Repeater {
+            // Scrolls when there are more drives than the window has room for.
+            ListView {
+                objectName: "driveList"
+                Layout.fillWidth: true
+                Layout.preferredHeight: Math.min(contentHeight, Math.max(140, (sheet.parent ? sheet.parent.height : 640) - 330))
+                visible: count > 0
+                clip: true
+                spacing: 6
+                interactive: contentHeight > height
+                boundsBehavior: Flickable.StopAtBounds
                 model: sheet.drives.drives
+                ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                 delegate: DriveRow {
                     required property var modelData
                     required property int index
                     objectName: "driveRow_" + index
-                    Layout.fillWidth: true
+                    width: ListView.view.width
                     drive: modelData
                     itemBytes: sheet.controller.itemBytes
                     selected: sheet.controller.selectedDriveId === modelData.id
