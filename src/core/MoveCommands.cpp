@@ -7,10 +7,10 @@
 #include "core/TessolyApp.h"
 #include "moves/ExternalDestinationStore.h"
 #include "moves/ExternalDriveManager.h"
+#include "moves/MoveFileOperations.h"
 #include "moves/MoveController.h"
 #include "moves/OffloadScanner.h"
 #include "moves/SymlinkInventory.h"
-#include "platform/FileWalker.h"
 #include "platform/Prompter.h"
 
 #include <QCoroFuture>
@@ -83,11 +83,6 @@ QString recordId(const SymlinkRecord &record)
     return record.id.toString(QUuid::WithoutBraces).toUpper();
 }
 
-qint64 allocatedSize(const fs::path &item)
-{
-    return platform::walkTree(item).allocatedBytes;
-}
-
 } // namespace
 
 QCoro::Task<int> CommandLine::drives(Parsed parsed)
@@ -145,7 +140,7 @@ QCoro::Task<int> CommandLine::move(Parsed parsed)
         m_err << *drive->unsupportedReason << "\n";
         co_return 1;
     }
-    const qint64 bytes = co_await QtConcurrent::run(allocatedSize, source);
+    const qint64 bytes = co_await QtConcurrent::run(&MoveFileOperations::allocatedSize, &m_app.moveOperations(), source);
     if (drive->freeBytes < bytes) {
         m_err << "Not enough free space — needs " << formatBytes(bytes) << "\n";
         co_return 1;

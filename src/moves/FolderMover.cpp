@@ -29,16 +29,6 @@ MoveProgress failure(MoveError::Kind kind, QString text = {})
     return progress;
 }
 
-qint64 measure(MoveFileOperations *operations, const fs::path &source)
-{
-    return operations->allocatedSize(source);
-}
-
-QString copy(MoveFileOperations *operations, const fs::path &source, const fs::path &destination)
-{
-    return operations->copyItem(source, destination);
-}
-
 VerificationReport verify(MoveFileOperations *operations, const fs::path &source, const fs::path &destination,
                           qint64 startedAtNs)
 {
@@ -82,7 +72,7 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     }
 
     // 4. Room on the drive: what the source occupies against what the drive offers.
-    const qint64 needed = co_await QtConcurrent::run(measure, &m_operations, source);
+    const qint64 needed = co_await QtConcurrent::run(&MoveFileOperations::allocatedSize, &m_operations, source);
     const qint64 free = m_operations.freeSpace(destinationRoot).value_or(0);
     if (free < needed) {
         MoveProgress progress = failure(MoveError::Kind::InsufficientSpace);
@@ -97,7 +87,7 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     copying.totalBytes = needed;
     onProgress(copying);
     const qint64 startedAtNs = fileClockNowNs();
-    const QString copyError = co_await QtConcurrent::run(copy, &m_operations, source, destination);
+    const QString copyError = co_await QtConcurrent::run(&MoveFileOperations::copyItem, &m_operations, source, destination);
     if (!copyError.isEmpty()) {
         (void)m_operations.removeItem(destination);
         onProgress(failure(MoveError::Kind::CopyFailed, copyError));

@@ -132,16 +132,6 @@ void SymlinkInventory::refresh()
 
 namespace {
 
-qint64 sizeOf(MoveFileOperations *operations, const fs::path &item)
-{
-    return operations->allocatedSize(item);
-}
-
-QString copyBack(MoveFileOperations *operations, const fs::path &external, const fs::path &staging)
-{
-    return operations->copyItem(external, staging);
-}
-
 BringBackError bringBackError(BringBackError::Kind kind, QString text = {})
 {
     BringBackError error;
@@ -162,7 +152,7 @@ QCoro::Task<std::optional<BringBackError>> SymlinkInventory::bringBack(SymlinkRe
     if (!m_operations.isSymbolicLink(original))
         co_return bringBackError(BringBackError::Kind::NotASymlink);
     // 3, 4. Room on the internal disk; unreadable free space doesn't stop it.
-    const qint64 size = co_await QtConcurrent::run(sizeOf, &m_operations, external);
+    const qint64 size = co_await QtConcurrent::run(&MoveFileOperations::allocatedSize, &m_operations, external);
     if (const std::optional<qint64> free = m_operations.freeSpace(m_home); free && *free < size) {
         BringBackError error = bringBackError(BringBackError::Kind::NotEnoughSpace);
         error.needed = size;
@@ -178,11 +168,11 @@ QCoro::Task<std::optional<BringBackError>> SymlinkInventory::bringBack(SymlinkRe
         }
     }
     // 6, 7. Copy back and compare the sizes.
-    if (const QString error = co_await QtConcurrent::run(copyBack, &m_operations, external, staging); !error.isEmpty()) {
+    if (const QString error = co_await QtConcurrent::run(&MoveFileOperations::copyItem, &m_operations, external, staging); !error.isEmpty()) {
         (void)m_operations.removeItem(staging);
         co_return bringBackError(BringBackError::Kind::CopyFailed, error);
     }
-    const qint64 copied = co_await QtConcurrent::run(sizeOf, &m_operations, staging);
+    const qint64 copied = co_await QtConcurrent::run(&MoveFileOperations::allocatedSize, &m_operations, staging);
     if (copied != size) {
         (void)m_operations.removeItem(staging);
         co_return bringBackError(BringBackError::Kind::VerificationFailed);
