@@ -1,7 +1,7 @@
 // The tessoly executable: the window without arguments, the command line with them.
 #include "ui/Services.h"
-#include "core/CommandLine.h"
-#include "core/TessolyApp.h"
+#include "cli/CommandLine.h"
+#include "application/TessolyApp.h"
 #include "platform/Platform.h"
 
 #include <QApplication>
@@ -45,6 +45,7 @@ int runWindow(int argc, char **argv)
     tessoly::registerBundledFonts();
 
     tessoly::TessolyApp app(tessoly::platform::makeLinuxPlatform());
+    app.followSharedFiles();
     tessoly::Services::install(app);
 
     QQmlApplicationEngine engine;

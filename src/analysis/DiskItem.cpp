@@ -1,6 +1,6 @@
 #include "analysis/DiskItem.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 
 namespace tessoly {
 

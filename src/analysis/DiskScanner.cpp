@@ -1,6 +1,6 @@
 #include "analysis/DiskScanner.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "platform/Trash.h"
 #include "platform/VolumeInfo.h"
 

@@ -1,7 +1,7 @@
 #include "cleaning/CleanupHistoryModel.h"
 
 #include "cleaning/CleanupHistoryStore.h"
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "core/RelativeTime.h"
 
 #include <QVariantMap>

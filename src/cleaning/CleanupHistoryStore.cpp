@@ -2,12 +2,15 @@
 
 #include "cleaning/HistoryJson.h"
 #include "platform/AtomicFile.h"
+#include "platform/FolderWatcher.h"
+#include "platform/PathText.h"
+#include "platform/SharedFile.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/LinuxLocations.h"
 
 #include <cerrno>
-#include <fcntl.h>
 #include <cstdio>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,16 +21,56 @@ namespace {
 
 // An original place that is occupied again is never overwritten: the kernel
 // refuses atomically where the file system supports it, else we look first.
-bool moveWithoutReplacing(const fs::path &from, const fs::path &to)
+// Returns 0 or the errno of the failure.
+int moveWithoutReplacing(const fs::path &from, const fs::path &to)
 {
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
-        return true;
+        return 0;
     if (errno != EINVAL)
-        return false;
+        return errno;
     struct stat st{};
-    if (::lstat(to.c_str(), &st) == 0 || errno != ENOENT)
-        return false;
-    return ::rename(from.c_str(), to.c_str()) == 0;
+    if (::lstat(to.c_str(), &st) == 0)
+        return EEXIST;
+    if (errno != ENOENT)
+        return errno;
+    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+struct LogFile {
+    enum class State { Missing, Good, Undecodable, Folder };
+    State state = State::Missing;
+    QByteArray bytes;
+    std::vector<CleanupHistoryEntry> entries;
+};
+
+LogFile readLog(const fs::path &file)
+{
+    LogFile log;
+    platform::FileContents contents = platform::readWholeFile(file);
+    if (!contents.ok) {
+        log.state = contents.missing ? LogFile::State::Missing
+                                     : contents.folder ? LogFile::State::Folder : LogFile::State::Undecodable;
+        return log;
+    }
+    log.bytes = std::move(contents.data);
+    if (auto decoded = decodeHistory(log.bytes)) {
+        log.entries = std::move(*decoded);
+        log.state = LogFile::State::Good;
+    } else {
+        log.state = LogFile::State::Undecodable;
+    }
+    return log;
+}
+
+void trim(std::vector<CleanupHistoryEntry> &list)
+{
+    if (list.size() > CleanupHistoryStore::maxEntries)
+        list.resize(CleanupHistoryStore::maxEntries);
+}
+
+QString restoreProblem(const CleanupHistoryEntry::Item &item, const QString &why)
+{
+    return QStringLiteral("%1: %2").arg(displayPath(item.originalPath), why);
 }
 
 } // namespace
@@ -44,26 +87,81 @@ CleanupHistoryStore::CleanupHistoryStore(fs::path file, platform::Trash &trash, 
     , m_file(std::move(file))
     , m_trash(trash)
 {
-    load();
-}
-
-void CleanupHistoryStore::load()
-{
     std::error_code ignored;
     fs::create_directories(m_file.parent_path(), ignored);
-    const platform::FileContents contents = platform::readWholeFile(m_file);
-    if (!contents.ok)
-        return;
-    if (auto decoded = decodeHistory(contents.data))
-        m_entries = std::move(*decoded);
+    LogFile log = readLog(m_file);
+    m_entries = std::move(log.entries);
+    m_lastBytes = std::move(log.bytes);
+    m_unreadable = log.state == LogFile::State::Undecodable || log.state == LogFile::State::Folder;
 }
 
-void CleanupHistoryStore::save()
+void CleanupHistoryStore::applyPending(std::vector<CleanupHistoryEntry> &list) const
 {
-    std::error_code ignored;
-    fs::create_directories(m_file.parent_path(), ignored);
-    // A failed write keeps the list in memory; the next change tries again.
-    (void)platform::writeFileAtomically(m_file, encodeHistory(m_entries));
+    for (const Edit &edit : m_pending)
+        edit(list);
+    trim(list);
+}
+
+QString CleanupHistoryStore::commit(const Plan &plan, bool workWithoutLock)
+{
+    const platform::FileLock lock(m_file);
+    if (!lock.held()) {
+        if (!workWithoutLock)
+            return lock.error();
+        // The work is done already (the items are in the Trash): keep its
+        // record in memory and write it with the next change that can lock.
+        std::vector<CleanupHistoryEntry> list = m_entries;
+        if (const Edit edit = plan(list)) {
+            edit(list);
+            trim(list);
+            m_pending.push_back(edit);
+        }
+        m_entries = std::move(list);
+        emit entriesChanged();
+        return lock.error();
+    }
+
+    LogFile fresh = readLog(m_file);
+    std::vector<CleanupHistoryEntry> list = std::move(fresh.entries);
+    applyPending(list);
+    const Edit edit = plan(list);
+    if (!edit && m_pending.empty()) {
+        // Nothing to record: the file stays untouched; memory follows it.
+        if (fresh.state == LogFile::State::Good || fresh.state == LogFile::State::Missing) {
+            m_lastBytes = fresh.bytes;
+            m_entries = std::move(list);
+            emit entriesChanged();
+        }
+        return {};
+    }
+    if (edit) {
+        edit(list);
+        trim(list);
+    }
+
+    QString error;
+    if (fresh.state == LogFile::State::Folder) {
+        error = QStringLiteral("%1 is a folder, not Tessoly's log, so nothing could be written there")
+                    .arg(displayPath(m_file));
+    } else if (fresh.state == LogFile::State::Undecodable) {
+        // One bad byte must not cost the log: its bytes stay beside it.
+        const fs::path kept = platform::keepAside(m_file, &error);
+        if (!kept.empty())
+            emit unreadableFileKept(displayPath(kept));
+    }
+    const QByteArray bytes = encodeHistory(list);
+    if (error.isEmpty())
+        error = platform::writeFileAtomically(m_file, bytes);
+    if (error.isEmpty()) {
+        m_pending.clear();
+        m_lastBytes = bytes;
+        m_unreadable = false;
+    } else if (edit) {
+        m_pending.push_back(edit);
+    }
+    m_entries = std::move(list);
+    emit entriesChanged();
+    return error;
 }
 
 const CleanupHistoryEntry *CleanupHistoryStore::entry(const QUuid &id) const
@@ -75,74 +173,136 @@ const CleanupHistoryEntry *CleanupHistoryStore::entry(const QUuid &id) const
     return nullptr;
 }
 
-void CleanupHistoryStore::append(CleanupHistoryEntry entry)
+QString CleanupHistoryStore::append(CleanupHistoryEntry entry)
 {
-    m_entries.insert(m_entries.begin(), std::move(entry));
-    if (m_entries.size() > maxEntries)
-        m_entries.resize(maxEntries);
-    save();
-    emit entriesChanged();
+    return commit(
+        [&](const std::vector<CleanupHistoryEntry> &) -> Edit {
+            return [entry](std::vector<CleanupHistoryEntry> &list) {
+                const bool present = std::any_of(list.begin(), list.end(),
+                                                 [&](const CleanupHistoryEntry &e) { return e.id == entry.id; });
+                if (!present)
+                    list.insert(list.begin(), entry);
+            };
+        },
+        true);
 }
 
 CleanupHistoryStore::RestoreCounts CleanupHistoryStore::restore(const QUuid &entryId)
 {
-    const auto found = std::find_if(m_entries.begin(), m_entries.end(),
-                                    [&](const CleanupHistoryEntry &candidate) { return candidate.id == entryId; });
-    if (found == m_entries.end())
+    if (entry(entryId) == nullptr)
         return {};
-
-    CleanupHistoryEntry copy = *found;
     RestoreCounts counts;
-    for (CleanupHistoryEntry::Item &item : copy.items) {
-        if (!item.trashedPath) {
-            ++counts.failed;
-            continue;
+    bool worked = false;
+    const auto plan = [&](const std::vector<CleanupHistoryEntry> &list) -> Edit {
+        worked = true;
+        // The entry as the file holds it now: another process may have restored some of it.
+        const auto found = std::find_if(list.begin(), list.end(),
+                                        [&](const CleanupHistoryEntry &candidate) { return candidate.id == entryId; });
+        if (found == list.end())
+            return {};
+        CleanupHistoryEntry copy = *found;
+        for (CleanupHistoryEntry::Item &item : copy.items) {
+            if (!item.trashedPath) {
+                ++counts.failed;
+                counts.problems << restoreProblem(item, QStringLiteral("it was deleted outright or restored before"));
+                continue;
+            }
+            const fs::path &from = *item.trashedPath;
+            struct stat st{};
+            if (::lstat(from.c_str(), &st) != 0) { // the Trash has been emptied
+                ++counts.failed;
+                counts.problems << restoreProblem(item, QStringLiteral("it is no longer in the Trash"));
+                continue;
+            }
+            // The log names what to move: it must be an item of a Trash
+            // that remembers it came from this very place.
+            if (const QString refused = m_trash.checkRestorable(from, item.originalPath); !refused.isEmpty()) {
+                ++counts.failed;
+                counts.problems << restoreProblem(item, refused);
+                continue;
+            }
+            if (const int error = moveWithoutReplacing(from, item.originalPath); error != 0) {
+                ++counts.failed;
+                counts.problems << restoreProblem(
+                    item, error == EEXIST || error == ENOTEMPTY ? QStringLiteral("something is at its original place now")
+                        : error == ENOENT ? QStringLiteral("the folder it came from no longer exists")
+                                          : platform::errorText(error));
+                continue;
+            }
+            m_trash.forgetTrashedItem(from);
+            item.trashedPath.reset();
+            ++counts.restored;
         }
-        const fs::path &from = *item.trashedPath;
-        struct stat st{};
-        if (::lstat(from.c_str(), &st) != 0) { // the Trash has been emptied
-            ++counts.failed;
-            continue;
-        }
-        if (!moveWithoutReplacing(from, item.originalPath)) {
-            ++counts.failed;
-            continue;
-        }
-        m_trash.forgetTrashedItem(from);
-        item.trashedPath.reset();
-        ++counts.restored;
+        if (counts.failed == 0)
+            copy.status = CleanupHistoryEntry::Status::FullyRestored;
+        else if (counts.restored > 0)
+            copy.status = CleanupHistoryEntry::Status::PartiallyRestored;
+        else
+            copy.status = CleanupHistoryEntry::Status::Unrestorable;
+        return [copy](std::vector<CleanupHistoryEntry> &entries) {
+            for (CleanupHistoryEntry &candidate : entries) {
+                if (candidate.id == copy.id)
+                    candidate = copy;
+            }
+        };
+    };
+    counts.writeError = commit(plan, false);
+    if (!worked) { // the log couldn't be locked: nothing was moved
+        counts.failed = static_cast<int>(entry(entryId)->items.size());
+        counts.problems << counts.writeError;
     }
-    if (counts.failed == 0)
-        copy.status = CleanupHistoryEntry::Status::FullyRestored;
-    else if (counts.restored > 0)
-        copy.status = CleanupHistoryEntry::Status::PartiallyRestored;
-    else
-        copy.status = CleanupHistoryEntry::Status::Unrestorable;
-
-    *found = std::move(copy);
-    save();
-    emit entriesChanged();
     return counts;
 }
 
-void CleanupHistoryStore::removeItem(const QUuid &itemId)
+QString CleanupHistoryStore::removeItem(const QUuid &itemId)
 {
-    for (auto entry = m_entries.begin(); entry != m_entries.end(); ++entry) {
-        auto &items = entry->items;
-        const auto item = std::find_if(items.begin(), items.end(),
-                                       [&](const CleanupHistoryEntry::Item &candidate) { return candidate.id == itemId; });
-        if (item == items.end())
-            continue;
-        items.erase(item);
-        if (items.empty())
-            m_entries.erase(entry);
-        save();
-        emit entriesChanged();
-        return;
-    }
+    return commit(
+        [&](const std::vector<CleanupHistoryEntry> &list) -> Edit {
+            const bool present = std::any_of(list.begin(), list.end(), [&](const CleanupHistoryEntry &entry) {
+                return std::any_of(entry.items.begin(), entry.items.end(),
+                                   [&](const CleanupHistoryEntry::Item &item) { return item.id == itemId; });
+            });
+            if (!present)
+                return {};
+            return [itemId](std::vector<CleanupHistoryEntry> &entries) {
+                for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+                    auto &items = entry->items;
+                    const auto item = std::find_if(items.begin(), items.end(), [&](const CleanupHistoryEntry::Item &candidate) {
+                        return candidate.id == itemId;
+                    });
+                    if (item == items.end())
+                        continue;
+                    items.erase(item);
+                    if (items.empty())
+                        entries.erase(entry);
+                    return;
+                }
+            };
+        },
+        true);
 }
 
-QString restoreMessage(CleanupHistoryStore::RestoreCounts counts)
+void CleanupHistoryStore::watchForChanges()
+{
+    auto *watcher = new platform::FolderWatcher(m_file.parent_path(), this);
+    connect(watcher, &platform::FolderWatcher::changed, this, &CleanupHistoryStore::reloadIfChanged);
+}
+
+void CleanupHistoryStore::reloadIfChanged()
+{
+    LogFile log = readLog(m_file);
+    const bool unreadable = log.state == LogFile::State::Undecodable || log.state == LogFile::State::Folder;
+    if (log.bytes == m_lastBytes && unreadable == m_unreadable)
+        return;
+    m_lastBytes = std::move(log.bytes);
+    m_unreadable = unreadable;
+    std::vector<CleanupHistoryEntry> list = std::move(log.entries);
+    applyPending(list);
+    m_entries = std::move(list);
+    emit entriesChanged();
+}
+
+QString restoreMessage(const CleanupHistoryStore::RestoreCounts &counts)
 {
     if (counts.failed == 0)
         return QStringLiteral("Restored %1 %2 from Trash.").arg(counts.restored).arg(counts.restored == 1 ? "item" : "items");

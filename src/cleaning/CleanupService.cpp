@@ -2,6 +2,7 @@
 
 #include "cleaning/CleanupHistoryStore.h"
 #include "platform/FileWalker.h"
+#include "platform/PathText.h"
 #include "platform/Trash.h"
 
 #include <QCoroFuture>
@@ -61,12 +62,19 @@ CleanupService::TrashResult CleanupService::emptyFolder(const fs::path &folder, 
         if (deleteImmediately) {
             std::error_code error;
             fs::remove_all(entry, error);
-            if (error)
+            if (error) {
+                result.leftBehind.push_back(
+                    {entry, QStringLiteral("“%1” couldn't be deleted completely: %2. What remains of it is still in its place.")
+                                .arg(displayPath(entry.filename()), QString::fromLocal8Bit(error.message()))});
                 continue;
+            }
         } else {
             const platform::TrashOutcome outcome = trash.trashItem(entry);
-            if (!outcome.ok())
-                continue; // a protected entry stays; it is left out of the total and the log
+            if (!outcome.ok()) {
+                // A protected entry stays; it is left out of the total and the log.
+                result.leftBehind.push_back({entry, outcome.error});
+                continue;
+            }
             item.trashedPath = outcome.trashedPath;
         }
         result.totalBytes += bytes;
@@ -103,6 +111,7 @@ QCoro::Task<qint64> CleanupService::clean(std::vector<CleanupTarget> targets, QS
 {
     std::vector<CleanupHistoryEntry::Item> items;
     qint64 total = 0;
+    CleanReport report;
     for (const CleanupTarget &target : targets) {
         const CleanupTargetState before = co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home);
         store(before);
@@ -112,13 +121,17 @@ QCoro::Task<qint64> CleanupService::clean(std::vector<CleanupTarget> targets, QS
                                                               deleteImmediately, std::ref(m_trash));
         total += result.totalBytes;
         items.insert(items.end(), result.trashed.begin(), result.trashed.end());
+        report.leftBehind.insert(report.leftBehind.end(), result.leftBehind.begin(), result.leftBehind.end());
         store(co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home));
     }
     if (!items.empty()) {
-        m_history.append(CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::ProfileCleanup,
-                                                   QStringLiteral("%1 profile cleanup").arg(profileName), total,
-                                                   std::move(items)));
+        CleanupHistoryEntry entry = CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::ProfileCleanup,
+                                                              QStringLiteral("%1 profile cleanup").arg(profileName),
+                                                              total, std::move(items));
+        report.entryId = entry.id;
+        report.logError = m_history.append(std::move(entry));
     }
+    m_lastCleanReport = std::move(report);
     m_lastReclaimedBytes = total;
     emit lastReclaimedBytesChanged();
     co_return total;

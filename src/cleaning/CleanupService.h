@@ -34,9 +34,23 @@ class CleanupService : public QObject {
     Q_PROPERTY(int statesRevision READ statesRevision NOTIFY statesChanged)
 
 public:
+    // An entry that couldn't go, and why, in words.
+    struct LeftBehind {
+        std::filesystem::path path;
+        QString reason;
+    };
     struct TrashResult {
         qint64 totalBytes = 0;
         std::vector<CleanupHistoryEntry::Item> trashed; // one per entry that went, in listing order
+        std::vector<LeftBehind> leftBehind;               // the entries that stayed where they were
+    };
+    // What the last clean did beyond its total, for callers that owe the
+    // person words: the log entry (null when nothing was logged), why the
+    // log couldn't record it, and what stayed in place.
+    struct CleanReport {
+        QUuid entryId;
+        QString logError;
+        std::vector<LeftBehind> leftBehind;
     };
 
     CleanupService(std::filesystem::path home, platform::Trash &trash, CleanupHistoryStore &history,
@@ -44,6 +58,7 @@ public:
 
     [[nodiscard]] const QHash<QString, CleanupTargetState> &states() const { return m_states; }
     [[nodiscard]] qint64 lastReclaimedBytes() const { return m_lastReclaimedBytes; }
+    [[nodiscard]] const CleanReport &lastCleanReport() const { return m_lastCleanReport; }
     [[nodiscard]] bool isMeasuring() const { return m_isMeasuring; }
     [[nodiscard]] int statesRevision() const { return m_statesRevision; }
 
@@ -82,6 +97,7 @@ private:
     CleanupHistoryStore &m_history;
     QHash<QString, CleanupTargetState> m_states;
     qint64 m_lastReclaimedBytes = 0;
+    CleanReport m_lastCleanReport;
     bool m_isMeasuring = false;
     int m_statesRevision = 0;
 };

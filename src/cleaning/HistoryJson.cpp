@@ -1,6 +1,6 @@
 #include "cleaning/HistoryJson.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

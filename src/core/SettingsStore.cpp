@@ -3,6 +3,9 @@
 #include "core/AutoFrequency.h"
 #include "platform/DefaultsStore.h"
 
+#include <QMetaProperty>
+#include <cstring>
+
 namespace tessoly {
 namespace {
 
@@ -36,6 +39,17 @@ SettingsStore::SettingsStore(platform::DefaultsStore &defaults, QObject *parent)
     : QObject(parent)
     , m_defaults(defaults)
 {
+    readAll();
+}
+
+void SettingsStore::reload()
+{
+    readAll();
+}
+
+void SettingsStore::readAll()
+{
+    const platform::DefaultsStore &defaults = m_defaults;
     const auto readBool = [&](const char *name, bool fallback) { return defaults.boolValue(key(name)).value_or(fallback); };
     const auto readInt = [&](const char *name, int fallback) {
         const auto value = defaults.integerValue(key(name));
@@ -44,25 +58,100 @@ SettingsStore::SettingsStore(platform::DefaultsStore &defaults, QObject *parent)
     const auto readString = [&](const char *name, const QString &fallback) {
         return defaults.stringValue(key(name)).value_or(fallback);
     };
+    // Each field takes what is stored (or its default) and tells the screens
+    // when that differs from what they show.
+    const auto take = [this](auto &field, const auto &value, void (SettingsStore::*changed)()) {
+        if (field == value)
+            return;
+        field = value;
+        emit(this->*changed)();
+    };
 
-    m_notificationsEnabled = readBool(kNotificationsEnabled, true);
-    m_lowDiskThresholdPercent = readInt(kLowDiskThresholdPercent, 90);
-    m_notifyOnScanComplete = readBool(kNotifyOnScanComplete, false);
-    m_defaultExternalDriveName = readString(kDefaultExternalDriveName, QString());
-    m_externalDriveMinFreeGB = readInt(kExternalDriveMinFreeGB, 10);
-    m_warnOnSlowExternalDrive = readBool(kWarnOnSlowExternalDrive, true);
-    m_deleteImmediately = readBool(kDeleteImmediatelyKey, false);
+    take(m_notificationsEnabled, readBool(kNotificationsEnabled, true), &SettingsStore::notificationsEnabledChanged);
+    take(m_lowDiskThresholdPercent, readInt(kLowDiskThresholdPercent, 90), &SettingsStore::lowDiskThresholdPercentChanged);
+    take(m_notifyOnScanComplete, readBool(kNotifyOnScanComplete, false), &SettingsStore::notifyOnScanCompleteChanged);
+    take(m_defaultExternalDriveName, readString(kDefaultExternalDriveName, QString()), &SettingsStore::defaultExternalDriveNameChanged);
+    take(m_externalDriveMinFreeGB, readInt(kExternalDriveMinFreeGB, 10), &SettingsStore::externalDriveMinFreeGBChanged);
+    take(m_warnOnSlowExternalDrive, readBool(kWarnOnSlowExternalDrive, true), &SettingsStore::warnOnSlowExternalDriveChanged);
+    take(m_deleteImmediately, readBool(kDeleteImmediatelyKey, false), &SettingsStore::deleteImmediatelyChanged);
     // An installation from before the Easy screen has stored settings but no
     // interface mode: it keeps the full app. A new one starts simple.
     const bool upgraded = !defaults.contains(key(kInterfaceMode)) && defaults.contains(key(kNotificationsEnabled));
-    m_interfaceMode = readString(kInterfaceMode, upgraded ? QStringLiteral("advanced") : QStringLiteral("simple"));
-    m_autopilotEnabled = readBool(kAutopilotEnabled, false);
-    m_autopilotMinFreeGB = readInt(kAutopilotMinFreeGB, 20);
-    m_autoCleanupEnabled = readBool(kAutoCleanupEnabled, false);
-    m_autoCleanupProfile = readString(kAutoCleanupProfile, QStringLiteral("generalUser"));
-    m_autoCleanupFrequency = rawValue(autoFrequencyFromRaw(readString(kAutoCleanupFrequency, QStringLiteral("weekly"))));
-    m_animationsEnabled = readBool(kAnimationsEnabled, true);
-    m_showMenubarIcon = readBool(kShowMenubarIcon, true);
+    take(m_interfaceMode, readString(kInterfaceMode, upgraded ? QStringLiteral("advanced") : QStringLiteral("simple")),
+         &SettingsStore::interfaceModeChanged);
+    take(m_autopilotEnabled, readBool(kAutopilotEnabled, false), &SettingsStore::autopilotEnabledChanged);
+    take(m_autopilotMinFreeGB, readInt(kAutopilotMinFreeGB, 20), &SettingsStore::autopilotMinFreeGBChanged);
+    take(m_autoCleanupEnabled, readBool(kAutoCleanupEnabled, false), &SettingsStore::autoCleanupEnabledChanged);
+    take(m_autoCleanupProfile, readString(kAutoCleanupProfile, QStringLiteral("generalUser")), &SettingsStore::autoCleanupProfileChanged);
+    take(m_autoCleanupFrequency, rawValue(autoFrequencyFromRaw(readString(kAutoCleanupFrequency, QStringLiteral("weekly")))),
+         &SettingsStore::autoCleanupFrequencyChanged);
+    take(m_animationsEnabled, readBool(kAnimationsEnabled, true), &SettingsStore::animationsEnabledChanged);
+    take(m_showMenubarIcon, readBool(kShowMenubarIcon, true), &SettingsStore::showMenubarIconChanged);
+}
+
+namespace {
+
+constexpr const char *kKeyPrefix = "TessolySettings.";
+
+// The writable properties, one per key.
+std::vector<QMetaProperty> settingProperties()
+{
+    std::vector<QMetaProperty> list;
+    const QMetaObject &meta = SettingsStore::staticMetaObject;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        if (meta.property(i).isWritable())
+            list.push_back(meta.property(i));
+    }
+    return list;
+}
+
+std::optional<QMetaProperty> propertyForKey(const QString &name)
+{
+    if (!name.startsWith(QLatin1String(kKeyPrefix)))
+        return std::nullopt;
+    const QString property = name.mid(static_cast<qsizetype>(std::strlen(kKeyPrefix)));
+    for (const QMetaProperty &candidate : settingProperties()) {
+        if (property == QLatin1String(candidate.name()))
+            return candidate;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+QStringList SettingsStore::keys()
+{
+    QStringList list;
+    for (const QMetaProperty &property : settingProperties())
+        list << QLatin1String(kKeyPrefix) + QLatin1String(property.name());
+    return list;
+}
+
+QVariant SettingsStore::value(const QString &name) const
+{
+    const auto property = propertyForKey(name);
+    return property ? property->read(this) : QVariant();
+}
+
+bool SettingsStore::setValue(const QString &name, const QVariant &value, QString *error)
+{
+    const auto property = propertyForKey(name);
+    if (!property) {
+        *error = QStringLiteral("“%1” is no setting.").arg(name);
+        return false;
+    }
+    if (value.metaType() != property->metaType()) {
+        *error = QStringLiteral("%1 holds %2, not %3.").arg(name, QLatin1String(property->metaType().name()),
+                                                              QLatin1String(value.metaType().name()));
+        return false;
+    }
+    const QVariant storedValue = value.typeId() == QMetaType::Int ? QVariant(static_cast<qint64>(value.toInt())) : value;
+    if (!m_defaults.set(name, storedValue)) {
+        *error = QStringLiteral("The settings file %1 couldn't be written.").arg(QString::fromStdString(m_defaults.location().native()));
+        return false;
+    }
+    readAll();
+    return true;
 }
 
 template <typename T>

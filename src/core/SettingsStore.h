@@ -2,6 +2,8 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
+#include <QVariant>
 
 namespace tessoly {
 namespace platform {
@@ -34,6 +36,19 @@ public:
     static constexpr const char *kDeleteImmediatelyKey = "TessolySettings.deleteImmediately";
 
     explicit SettingsStore(platform::DefaultsStore &defaults, QObject *parent = nullptr);
+
+    // Takes up what the defaults hold now (another process may have changed
+    // them) and signals each property that changed.
+    void reload();
+
+    // The settings by their defaults keys ("TessolySettings.<property>"), in
+    // declared order, for the command line.
+    [[nodiscard]] static QStringList keys();
+    [[nodiscard]] QVariant value(const QString &key) const;
+    // Stores a value of the key's type at once, even when it is what this
+    // store last read (another process may have changed it since); false
+    // with the reason when the key is unknown, the type wrong or the write failed.
+    bool setValue(const QString &key, const QVariant &value, QString *error);
 
     [[nodiscard]] bool notificationsEnabled() const { return m_notificationsEnabled; }
     [[nodiscard]] int lowDiskThresholdPercent() const { return m_lowDiskThresholdPercent; }
@@ -88,6 +103,7 @@ signals:
     void showMenubarIconChanged();
 
 private:
+    void readAll();
     template <typename T>
     void update(T &field, const T &value, const char *name, void (SettingsStore::*changed)());
 

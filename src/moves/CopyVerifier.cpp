@@ -1,6 +1,6 @@
 #include "moves/CopyVerifier.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "moves/MoveFileOperations.h"
 #include "platform/FileWalker.h"
 

@@ -1,6 +1,6 @@
 #include "moves/ExternalDestinationStore.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "platform/AtomicFile.h"
 #include "platform/DefaultsStore.h"
 #include "platform/Prompter.h"
@@ -8,6 +8,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <climits>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -156,6 +157,25 @@ bool canWrite(const fs::path &folder)
     return ::unlink(probe.c_str()) == 0 && closed;
 }
 
+namespace {
+
+// The grants as stored: one bad entry discards them all.
+QMap<QString, QByteArray> grantsFrom(const std::optional<QVariant> &stored)
+{
+    if (!stored || stored->typeId() != QMetaType::QVariantMap)
+        return {};
+    const QVariantMap map = stored->toMap();
+    QMap<QString, QByteArray> bookmarks;
+    for (auto it = map.begin(); it != map.end(); ++it) {
+        if (it.value().typeId() != QMetaType::QByteArray)
+            return {};
+        bookmarks.insert(it.key(), it.value().toByteArray());
+    }
+    return bookmarks;
+}
+
+} // namespace
+
 ExternalDestinationStore::ExternalDestinationStore(platform::DefaultsStore &defaults, platform::Prompter &prompter,
                                                    platform::Revealer &revealer, QObject *parent)
     : QObject(parent)
@@ -163,26 +183,55 @@ ExternalDestinationStore::ExternalDestinationStore(platform::DefaultsStore &defa
     , m_prompter(&prompter)
     , m_revealer(revealer)
 {
-    const std::optional<QVariant> stored = m_defaults.object(QString::fromLatin1(storageKey));
-    if (!stored || stored->typeId() != QMetaType::QVariantMap)
-        return;
-    const QVariantMap map = stored->toMap();
-    QMap<QString, QByteArray> bookmarks;
-    for (auto it = map.begin(); it != map.end(); ++it) {
-        if (it.value().typeId() != QMetaType::QByteArray)
-            return; // one bad entry discards them all
-        bookmarks.insert(it.key(), it.value().toByteArray());
-    }
-    m_bookmarks = std::move(bookmarks);
+    m_bookmarks = grantsFrom(m_defaults.object(QString::fromLatin1(storageKey)));
 }
 
-void ExternalDestinationStore::persist()
+void ExternalDestinationStore::reload()
 {
-    QVariantMap map;
-    for (auto it = m_bookmarks.begin(); it != m_bookmarks.end(); ++it)
-        map.insert(it.key(), it.value());
-    m_defaults.set(QString::fromLatin1(storageKey), map);
+    QMap<QString, QByteArray> bookmarks = grantsFrom(m_defaults.object(QString::fromLatin1(storageKey)));
+    if (bookmarks == m_bookmarks)
+        return;
+    m_bookmarks = std::move(bookmarks);
     emit bookmarksChanged();
+}
+
+void ExternalDestinationStore::persist(const QString &driveKey, const std::optional<QByteArray> &grant)
+{
+    // Only this drive's grant changes: another process may have stored
+    // grants of other drives since this store read them.
+    QMap<QString, QByteArray> latest = m_bookmarks;
+    m_defaults.update(QString::fromLatin1(storageKey), [&](const std::optional<QVariant> &stored) {
+        latest = grantsFrom(stored);
+        if (grant)
+            latest.insert(driveKey, *grant);
+        else
+            latest.remove(driveKey);
+        QVariantMap map;
+        for (auto it = latest.begin(); it != latest.end(); ++it)
+            map.insert(it.key(), it.value());
+        return std::optional<QVariant>(map);
+    });
+    m_bookmarks = std::move(latest);
+    emit bookmarksChanged();
+}
+
+bool ExternalDestinationStore::holds(const fs::path &item) const
+{
+    if (!item.has_filename() || item.filename() == "." || item.filename() == "..")
+        return false;
+    char resolved[PATH_MAX];
+    if (::realpath(item.parent_path().c_str(), resolved) == nullptr)
+        return false;
+    const fs::path folder(resolved);
+    for (const QByteArray &grant : m_bookmarks) {
+        const std::optional<fs::path> granted = resolveGrant(grant);
+        if (!granted)
+            continue;
+        const fs::path storage = *granted / ScopedURL::storageFolderName;
+        if (::realpath(storage.c_str(), resolved) != nullptr && fs::path(resolved) == folder)
+            return true;
+    }
+    return false;
 }
 
 std::unique_ptr<ScopedURL> ExternalDestinationStore::scopedURL(const ExternalDrive &drive)
@@ -193,8 +242,7 @@ std::unique_ptr<ScopedURL> ExternalDestinationStore::scopedURL(const ExternalDri
         return nullptr;
     std::unique_ptr<ScopedURL> scoped = ScopedURL::fromGrant(found.value(), QString::fromLatin1(ScopedURL::storageFolderName));
     if (!scoped || !canWrite(scoped->url())) {
-        m_bookmarks.remove(key);
-        persist();
+        persist(key, std::nullopt);
         return nullptr;
     }
     return scoped;
@@ -237,8 +285,7 @@ QCoro::Task<std::unique_ptr<ScopedURL>> ExternalDestinationStore::requestAccess(
 
     QString error;
     if (const std::optional<QByteArray> grant = makeGrant(*picked, &error)) {
-        m_bookmarks.insert(pathToText(drive.mountPoint), *grant);
-        persist();
+        persist(pathToText(drive.mountPoint), *grant);
     } else {
         co_await m_prompter->alert(simpleAlert(
             QStringLiteral("Couldn't remember that permission"),

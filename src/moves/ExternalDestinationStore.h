@@ -66,11 +66,18 @@ public:
 
     void setPrompter(platform::Prompter &prompter) { m_prompter = &prompter; }
 
+    // Takes up grants another process stored or forgot.
+    void reload();
+    // Whether an item lies directly in "Tessoly Storage" of a folder granted
+    // on a drive that is still the one it was granted on.
+    [[nodiscard]] bool holds(const std::filesystem::path &item) const;
+
 signals:
     void bookmarksChanged();
 
 private:
-    void persist();
+    // Stores (or, with nullopt, forgets) one drive's grant.
+    void persist(const QString &driveKey, const std::optional<QByteArray> &grant);
     QCoro::Task<void> showOwnershipAlert(ExternalDrive drive);
 
     platform::DefaultsStore &m_defaults;

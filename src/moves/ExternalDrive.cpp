@@ -1,6 +1,6 @@
 #include "moves/ExternalDrive.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "moves/ExternalDriveManager.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 
 #include <QCoroFuture>
 #include <QPointer>

@@ -1,7 +1,7 @@
 #include "moves/FolderMover.h"
 
 #include "cleaning/CleanupHistoryStore.h"
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "moves/CopyVerifier.h"
 #include "moves/MoveFileOperations.h"
 
@@ -146,7 +146,7 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     item.trashedPath = trashedPath;
     item.externalPath = destination;
     item.bytes = needed;
-    m_history.append(CleanupHistoryEntry::make(
+    const QString logError = m_history.append(CleanupHistoryEntry::make(
         CleanupHistoryEntry::Kind::MoveToExternal,
         QStringLiteral("Moved %1 to %2").arg(pathToText(source.filename()), pathToText(destinationRoot.filename())),
         needed, {item}));
@@ -157,6 +157,7 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     done.movedTo = destination;
     done.movedBytes = needed;
     done.disposedToTrash = disposedToTrash;
+    done.logError = logError;
     onProgress(done);
 }
 

@@ -1,6 +1,6 @@
 #include "moves/MoveController.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "core/SettingsStore.h"
 #include "moves/ExternalDestinationStore.h"
 #include "moves/ExternalDriveManager.h"

@@ -26,6 +26,7 @@ struct MoveProgress {
     std::filesystem::path movedTo{};     // Done
     qint64 movedBytes = 0;               // Done
     bool disposedToTrash = false;        // Done
+    QString logError{};                  // Done: why the log couldn't record the move, if it couldn't
     MoveError error{};                   // Failed
     // The move sheet's status line.
     [[nodiscard]] QString text() const;

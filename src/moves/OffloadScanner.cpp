@@ -1,6 +1,6 @@
 #include "moves/OffloadScanner.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "platform/AtomicFile.h"
 #include "platform/FileWalker.h"
 

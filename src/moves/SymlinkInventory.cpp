@@ -1,7 +1,8 @@
 #include "moves/SymlinkInventory.h"
 
 #include "cleaning/CleanupHistoryStore.h"
-#include "core/PathText.h"
+#include "platform/PathText.h"
+#include "moves/ExternalDestinationStore.h"
 #include "moves/MoveFileOperations.h"
 
 #include <QCoroFuture>
@@ -46,13 +47,15 @@ QString broughtBackMessage()
         "Brought back. Original location is the real folder again — external copy moved to Trash as a safety net.");
 }
 
-SymlinkInventory::SymlinkInventory(CleanupHistoryStore &history, MoveFileOperations &operations, fs::path home,
-                                   QObject *parent)
+SymlinkInventory::SymlinkInventory(CleanupHistoryStore &history, MoveFileOperations &operations,
+                                   const ExternalDestinationStore &destinations, fs::path home, QObject *parent)
     : QObject(parent)
     , m_history(history)
     , m_operations(operations)
+    , m_destinations(destinations)
     , m_home(std::move(home))
 {
+    connect(&m_history, &CleanupHistoryStore::entriesChanged, this, &SymlinkInventory::refresh);
 }
 
 const SymlinkRecord *SymlinkInventory::record(const QUuid &id) const
@@ -151,6 +154,14 @@ QCoro::Task<std::optional<BringBackError>> SymlinkInventory::bringBack(SymlinkRe
         co_return bringBackError(BringBackError::Kind::ExternalMissing);
     if (!m_operations.isSymbolicLink(original))
         co_return bringBackError(BringBackError::Kind::NotASymlink);
+    // The log names what to copy back and then put in the Trash: only an item
+    // of "Tessoly Storage" on a granted drive is taken.
+    if (!m_destinations.holds(external)) {
+        co_return bringBackError(BringBackError::Kind::CopyFailed,
+                                 QStringLiteral("%1 isn't an item of “Tessoly Storage” on a drive Tessoly may use, so "
+                                                "nothing was touched.")
+                                     .arg(displayPath(external)));
+    }
     // 3, 4. Room on the internal disk; unreadable free space doesn't stop it.
     const qint64 size = co_await QtConcurrent::run(&MoveFileOperations::allocatedSize, &m_operations, external);
     if (const std::optional<qint64> free = m_operations.freeSpace(m_home); free && *free < size) {
@@ -159,12 +170,14 @@ QCoro::Task<std::optional<BringBackError>> SymlinkInventory::bringBack(SymlinkRe
         error.available = *free;
         co_return error;
     }
-    // 5. A staging name beside the original, cleared of any leftover.
+    // 5. A staging name beside the original, cleared of any leftover. What
+    // stands there may be the person's own: it goes to the Trash, not away.
     const fs::path staging = original.parent_path() / (original.filename().native() + ".tessoly-restore");
     if (m_operations.fileExists(staging)) {
-        if (const QString error = m_operations.removeItem(staging); !error.isEmpty()) {
-            (void)m_operations.removeItem(staging);
-            co_return bringBackError(BringBackError::Kind::CopyFailed, error);
+        if (const platform::TrashOutcome first = m_operations.trashItem(staging); !first.ok()) {
+            (void)m_operations.trashItem(staging);
+            if (m_operations.fileExists(staging))
+                co_return bringBackError(BringBackError::Kind::CopyFailed, first.error);
         }
     }
     // 6, 7. Copy back and compare the sizes.

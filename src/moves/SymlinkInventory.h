@@ -14,6 +14,7 @@
 namespace tessoly {
 
 class CleanupHistoryStore;
+class ExternalDestinationStore;
 class MoveFileOperations;
 
 // One item that was moved to an external drive, and how it stands now.
@@ -44,8 +45,9 @@ class SymlinkInventory : public QObject {
     Q_PROPERTY(int attentionCount READ attentionCount NOTIFY recordsChanged)
 
 public:
-    SymlinkInventory(CleanupHistoryStore &history, MoveFileOperations &operations, std::filesystem::path home,
-                     QObject *parent = nullptr);
+    // The records follow the history: a change to it (by any process) refreshes them.
+    SymlinkInventory(CleanupHistoryStore &history, MoveFileOperations &operations,
+                     const ExternalDestinationStore &destinations, std::filesystem::path home, QObject *parent = nullptr);
 
     [[nodiscard]] const std::vector<SymlinkRecord> &records() const { return m_records; }
     [[nodiscard]] const SymlinkRecord *record(const QUuid &id) const;
@@ -73,6 +75,7 @@ private:
 
     CleanupHistoryStore &m_history;
     MoveFileOperations &m_operations;
+    const ExternalDestinationStore &m_destinations;
     std::filesystem::path m_home;
     std::vector<SymlinkRecord> m_records;
     bool m_isRefreshing = false;

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tessoly::platform {
@@ -72,6 +73,12 @@ FileContents readWholeFile(const std::filesystem::path &path)
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         result.missing = errno == ENOENT;
+        return result;
+    }
+    struct stat st{};
+    if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+        result.folder = true;
+        ::close(fd);
         return result;
     }
     char buffer[65536];

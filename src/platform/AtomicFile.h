@@ -12,10 +12,12 @@ namespace tessoly::platform {
 // on success, otherwise what went wrong in words; the old file is then intact.
 [[nodiscard]] QString writeFileAtomically(const std::filesystem::path &target, const QByteArray &data);
 
-// Reads a whole file; nullopt-like empty result with ok=false when unreadable.
+// Reads a whole file; ok=false when it can't be read (missing: nothing is
+// there; folder: a folder stands at the path).
 struct FileContents {
     bool ok = false;
     bool missing = false;
+    bool folder = false;
     QByteArray data;
 };
 [[nodiscard]] FileContents readWholeFile(const std::filesystem::path &path);

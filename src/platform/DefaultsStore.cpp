@@ -2,6 +2,16 @@
 
 namespace tessoly::platform {
 
+bool DefaultsStore::set(const QString &key, const QVariant &value)
+{
+    return update(key, [&](const std::optional<QVariant> &) { return std::optional<QVariant>(value); });
+}
+
+bool DefaultsStore::remove(const QString &key)
+{
+    return update(key, [](const std::optional<QVariant> &) { return std::optional<QVariant>(); });
+}
+
 std::optional<bool> DefaultsStore::boolValue(const QString &key) const
 {
     const auto value = object(key);

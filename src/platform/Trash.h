@@ -20,6 +20,12 @@ public:
     // Called after an item was moved back out of the Trash by its path:
     // drops the Trash's own record of it.
     virtual void forgetTrashedItem(const std::filesystem::path &trashedPath) = 0;
+    // Whether an item may be moved from trashedPath back to originalPath: it
+    // must lie directly in a Trash this system uses, and the Trash's own
+    // record must name that original place. Empty when it may; else why
+    // not, in words.
+    [[nodiscard]] virtual QString checkRestorable(const std::filesystem::path &trashedPath,
+                                                  const std::filesystem::path &originalPath) const = 0;
     // The folder whose contents the user sees as the Trash.
     [[nodiscard]] virtual std::filesystem::path homeTrashFiles() const = 0;
 };

@@ -1,6 +1,6 @@
 #include "ui/DialogPrompter.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 
 #include <QCoroSignal>
 

@@ -7,7 +7,7 @@
 #include "cleaning/MaintenanceService.h"
 #include "core/OnboardingState.h"
 #include "core/SettingsStore.h"
-#include "core/TessolyApp.h"
+#include "application/TessolyApp.h"
 #include "moves/ExternalDriveManager.h"
 #include "moves/MoveController.h"
 #include "moves/OffloadScanner.h"

@@ -117,10 +117,21 @@ TEST_F(Settings, CorruptFileIsLeftAloneUntilAValueChanges)
         EXPECT_EQ(readFile(file), garbage);
         settings.setDeleteImmediately(true);
     }
-    EXPECT_EQ(readFile(file.native() + ".corrupt"), garbage); // kept aside, not lost
+    ASSERT_EQ(keptCopies(file).size(), 1u);
+    EXPECT_EQ(readFile(keptCopies(file).at(0)), garbage); // kept aside, not lost
+    {
+        platform::JsonDefaultsStore defaults(file);
+        SettingsStore settings(defaults);
+        EXPECT_TRUE(settings.deleteImmediately());
+    }
+    // A second bad file is kept too, beside the first, never over it.
+    writeFile(file, "\x01\x02binary");
     platform::JsonDefaultsStore defaults(file);
     SettingsStore settings(defaults);
-    EXPECT_TRUE(settings.deleteImmediately());
+    settings.setNotificationsEnabled(false);
+    ASSERT_EQ(keptCopies(file).size(), 2u);
+    EXPECT_EQ(readFile(keptCopies(file).at(0)), garbage);
+    EXPECT_EQ(readFile(keptCopies(file).at(1)), "\x01\x02binary");
 }
 
 TEST_F(Settings, EveryValueTypeRoundTrips)

@@ -1,7 +1,7 @@
 // Write grants per drive: asked for once, remembered across restarts,
 // proven by a real write before each use, forgotten when they fail.
 #include "MovesSupport.h"
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "moves/ExternalDestinationStore.h"
 #include "platform/linux/JsonDefaultsStore.h"
 

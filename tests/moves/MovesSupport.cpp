@@ -288,6 +288,17 @@ qint64 HookedOperations::allocatedSize(const fs::path &path) const
     return MoveFileOperations::allocatedSize(path);
 }
 
+GrantedDestinations::GrantedDestinations(const fs::path &defaultsFile, const fs::path &grantedFolder)
+    : defaults(defaultsFile)
+{
+    fs::create_directories(grantedFolder);
+    if (const std::optional<QByteArray> grant = makeGrant(grantedFolder)) {
+        granted = defaults.set(QString::fromLatin1(ExternalDestinationStore::storageKey),
+                               QVariantMap{{QStringLiteral("granted"), *grant}});
+    }
+    store.reload();
+}
+
 bool isPendingName(const fs::path &path)
 {
     const std::string name = path.filename().native();

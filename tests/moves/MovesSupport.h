@@ -1,10 +1,12 @@
 #pragma once
 
 #include "TestSupport.h"
+#include "moves/ExternalDestinationStore.h"
 #include "moves/MoveFileOperations.h"
 #include "moves/MoveTypes.h"
 #include "platform/Prompter.h"
 #include "platform/Revealer.h"
+#include "platform/linux/JsonDefaultsStore.h"
 
 #include <QStringList>
 #include <deque>
@@ -91,6 +93,17 @@ class RecordingRevealer final : public platform::Revealer {
 public:
     std::vector<std::filesystem::path> revealed;
     void reveal(const std::filesystem::path &item) override { revealed.push_back(item); }
+};
+
+// Write grants with one folder granted, as after "Allow" in the grant panel
+// (the folder is made if needed).
+struct GrantedDestinations {
+    GrantedDestinations(const std::filesystem::path &defaultsFile, const std::filesystem::path &grantedFolder);
+    platform::JsonDefaultsStore defaults;
+    bool granted = false;
+    ScriptedPrompter prompter;
+    RecordingRevealer revealer;
+    ExternalDestinationStore store{defaults, prompter, revealer};
 };
 
 // File operations whose steps a test can replace one by one; unset hooks

@@ -36,7 +36,9 @@ TEST(RealMove, ToAnExt4DriveAndBackWithTheDriveUnpluggedInBetween)
     MoveFileOperations operations(trash, volumes);
     CleanupHistoryStore history(home.historyFile(), trash);
     FolderMover mover(operations, history);
-    SymlinkInventory inventory(history, operations, home.path());
+    GrantedDestinations destinations(home.defaultsFile(), drive.mountPoint());
+    ASSERT_TRUE(destinations.granted);
+    SymlinkInventory inventory(history, operations, destinations.store, home.path());
 
     const fs::path source = home.path() / "Projects/Caf\xe9 Film";
     buildRichTree(source);

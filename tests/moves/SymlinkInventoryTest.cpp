@@ -22,7 +22,8 @@ struct Inventory : ::testing::Test {
     platform::StatvfsVolumeInfo volumes;
     HookedOperations operations{trash, volumes};
     CleanupHistoryStore history{home.historyFile(), trash};
-    SymlinkInventory inventory{history, operations, home.path()};
+    GrantedDestinations destinations{home.defaultsFile(), home.path() / "drive"};
+    SymlinkInventory inventory{history, operations, destinations.store, home.path()};
     fs::path drive = home.path() / "drive/Tessoly Storage";
 
     // A moved folder as a finished move leaves it: data on the drive, a link at home.
@@ -117,8 +118,9 @@ TEST_F(Inventory, BringBackPutsTheDataInPlaceOfTheLink)
     buildRichTree(drive / "Film");
     const std::string before = treeSignature(drive / "Film");
     const fs::path original = home.path() / "Projects/Film";
-    // A leftover from a bring-back that died half way.
-    writeFile(home.path() / "Projects/Film.tessoly-restore/half.bin", "stale");
+    // Something at the staging name: a leftover of a bring-back that died
+    // half way, or a file of the person's that happens to carry that name.
+    writeFile(home.path() / "Projects/Film.tessoly-restore/half.bin", "the person's own bytes");
     // Free space exactly equal to the size passes.
     const qint64 size = operations.MoveFileOperations::allocatedSize(drive / "Film");
     operations.onFreeSpace = [size](const fs::path &) { return std::optional<qint64>(size); };
@@ -130,11 +132,17 @@ TEST_F(Inventory, BringBackPutsTheDataInPlaceOfTheLink)
     EXPECT_FALSE(fs::exists(home.path() / "Projects/Film.tessoly-restore"));
     EXPECT_FALSE(fs::exists(original / "half.bin"));
     EXPECT_FALSE(fs::exists(drive / "Film"));
-    // The drive's copy went to the Trash, not away.
+    // The drive's copy went to the Trash, not away; so did what stood at the
+    // staging name, byte for byte.
     bool inTrash = false;
-    for (const fs::directory_entry &entry : fs::directory_iterator(home.trash() / "files"))
+    bool stagingKept = false;
+    for (const fs::directory_entry &entry : fs::directory_iterator(home.trash() / "files")) {
         inTrash = inTrash || treeSignature(entry.path()) == before;
+        stagingKept = stagingKept
+            || (entry.path().filename() == "Film.tessoly-restore" && readFile(entry.path() / "half.bin") == "the person's own bytes");
+    }
     EXPECT_TRUE(inTrash);
+    EXPECT_TRUE(stagingKept);
     EXPECT_EQ(inventory.records().at(0).status, Status::Broken);
     EXPECT_EQ(history.entries().size(), 1u);
 
@@ -195,4 +203,42 @@ TEST_F(Inventory, BringBackFailuresLeaveTheLinkAndTheDriveAlone)
         "The original path is no longer a symlink — looks like it's already been restored or replaced.");
     EXPECT_EQ(readFile(original / "mine.txt"), "the user's own");
     EXPECT_EQ(treeSignature(drive / "Film"), external);
+}
+
+TEST_F(Inventory, BringBackTakesOnlyFromTessolyStorageOnAGrantedDrive)
+{
+    // A log edited (or written by something else) to name another folder of
+    // the person's as the external copy: it must not be copied and trashed.
+    const fs::path elsewhere = home.path() / "Documents/Taxes";
+    writeFile(elsewhere / "2025.pdf", "keep me");
+    const fs::path original = home.path() / "Projects/Taxes";
+    fs::create_directories(original.parent_path());
+    fs::create_symlink(elsewhere, original);
+    CleanupHistoryEntry::Item item;
+    item.originalPath = original;
+    item.externalPath = elsewhere;
+    item.bytes = 4096;
+    log(CleanupHistoryEntry::Kind::MoveToExternal, 1000, {item});
+
+    const std::optional<BringBackError> error = runTask(inventory.bringBack(only()));
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(error->kind, BringBackError::Kind::CopyFailed);
+    EXPECT_NE(error->errorDescription().indexOf("Tessoly Storage"), -1) << error->errorDescription().toStdString();
+    EXPECT_EQ(readFile(elsewhere / "2025.pdf"), "keep me");
+    EXPECT_TRUE(fs::is_symlink(original));
+
+    // A folder named like the storage folder, but on no granted drive, is refused too.
+    const fs::path fake = home.path() / "Other/Tessoly Storage/Taxes";
+    fs::create_directories(fake.parent_path());
+    fs::rename(elsewhere, fake);
+    fs::remove(original);
+    fs::create_symlink(fake, original);
+    CleanupHistoryEntry::Item second = item;
+    second.id = QUuid::createUuid();
+    second.externalPath = fake;
+    log(CleanupHistoryEntry::Kind::MoveToExternal, 2000, {second});
+    inventory.refresh();
+    const std::optional<BringBackError> refused = runTask(inventory.bringBack(inventory.records().at(0)));
+    ASSERT_TRUE(refused.has_value());
+    EXPECT_EQ(readFile(fake / "2025.pdf"), "keep me");
 }

@@ -1,5 +1,5 @@
 #include "TestSupport.h"
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "platform/linux/FreedesktopTrash.h"
 
 #include <QDir>

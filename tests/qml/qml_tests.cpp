@@ -3,7 +3,7 @@
 #include "TestSupport.h"
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryStore.h"
-#include "core/TessolyApp.h"
+#include "application/TessolyApp.h"
 #include "platform/Platform.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonDefaultsStore.h"

@@ -95,6 +95,18 @@ std::string describeTree(const fs::path &root)
     return out;
 }
 
+std::vector<std::filesystem::path> keptCopies(const std::filesystem::path &file)
+{
+    std::vector<std::filesystem::path> copies;
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(file.parent_path(), error)) {
+        if (entry.path().filename().native().starts_with(file.filename().native() + ".corrupt-"))
+            copies.push_back(entry.path());
+    }
+    std::sort(copies.begin(), copies.end());
+    return copies;
+}
+
 bool canMount()
 {
     if (::geteuid() != 0)

@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace tessoly::test {
 
@@ -41,6 +42,9 @@ void writeFile(const std::filesystem::path &path, const std::string &content);
 [[nodiscard]] std::string readFile(const std::filesystem::path &path);
 // A listing of a tree (relative path, type, size, content digest) to compare two trees.
 [[nodiscard]] std::string describeTree(const std::filesystem::path &root);
+
+// The copies of a file Tessoly kept aside as "<file>.corrupt-<time>", oldest name first.
+[[nodiscard]] std::vector<std::filesystem::path> keptCopies(const std::filesystem::path &file);
 
 // True when this process may mount file systems (root in a permissive sandbox).
 [[nodiscard]] bool canMount();

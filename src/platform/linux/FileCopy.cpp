@@ -1,6 +1,6 @@
 #include "platform/FileCopy.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "platform/AtomicFile.h"
 
 #include <algorithm>

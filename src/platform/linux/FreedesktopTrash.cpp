@@ -1,6 +1,6 @@
 #include "platform/linux/FreedesktopTrash.h"
 
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "platform/AtomicFile.h"
 
 #include <QDateTime>
@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -71,6 +72,36 @@ std::string candidateName(const fs::path &name, int n)
     return stem + extension;
 }
 
+// The highest ancestor of a folder that lies on the same device: the top
+// directory of its mount.
+fs::path mountTop(const fs::path &folder, dev_t device)
+{
+    fs::path top = folder;
+    for (;;) {
+        const fs::path up = top.parent_path();
+        struct stat st{};
+        if (up == top || ::stat(up.c_str(), &st) != 0 || st.st_dev != device)
+            return top;
+        top = up;
+    }
+}
+
+// A path with its folder resolved (links followed), the last name kept as it is.
+fs::path withResolvedFolder(const fs::path &path)
+{
+    char resolved[PATH_MAX];
+    if (!path.has_parent_path() || ::realpath(path.parent_path().c_str(), resolved) == nullptr)
+        return path.lexically_normal();
+    return fs::path(resolved) / path.filename();
+}
+
+bool isRealFolder(const fs::path &path, struct stat *st = nullptr)
+{
+    struct stat own{};
+    struct stat &info = st != nullptr ? *st : own;
+    return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 bool writeAllFd(int fd, const std::string &text)
 {
     std::size_t done = 0;
@@ -123,15 +154,7 @@ FreedesktopTrash::Location FreedesktopTrash::locate(const fs::path &item, dev_t 
         return {m_homeTrash, {}, {}};
     }
 
-    // The top of the item's mount: the highest ancestor on the same device.
-    fs::path top = item.parent_path();
-    for (;;) {
-        const fs::path up = top.parent_path();
-        struct stat st{};
-        if (up == top || ::stat(up.c_str(), &st) != 0 || st.st_dev != device)
-            break;
-        top = up;
-    }
+    const fs::path top = mountTop(item.parent_path(), device);
 
     const std::string uid = std::to_string(m_uid);
     std::vector<fs::path> candidates;
@@ -213,6 +236,107 @@ TrashOutcome FreedesktopTrash::trashItem(const fs::path &given)
         return {target, {}};
     }
     return {{}, failure(given, QStringLiteral("the Trash has no free name for it"))};
+}
+
+std::string FreedesktopTrash::decodePath(const std::string &encoded)
+{
+    const auto hexValue = [](char c) -> int {
+        if (c >= '0' && c <= '9')
+            return c - '0';
+        if (c >= 'A' && c <= 'F')
+            return c - 'A' + 10;
+        if (c >= 'a' && c <= 'f')
+            return c - 'a' + 10;
+        return -1;
+    };
+    std::string out;
+    out.reserve(encoded.size());
+    for (std::size_t i = 0; i < encoded.size(); ++i) {
+        if (encoded[i] == '%' && i + 2 < encoded.size() && hexValue(encoded[i + 1]) >= 0 && hexValue(encoded[i + 2]) >= 0) {
+            out.push_back(static_cast<char>(hexValue(encoded[i + 1]) * 16 + hexValue(encoded[i + 2])));
+            i += 2;
+        } else {
+            out.push_back(encoded[i]);
+        }
+    }
+    return out;
+}
+
+QString FreedesktopTrash::checkRestorable(const fs::path &trashedPath, const fs::path &originalPath) const
+{
+    const QString outside = QStringLiteral("the log names %1, which isn't an item of the Trash, so it was left alone")
+                                .arg(displayPath(trashedPath));
+    if (!trashedPath.is_absolute() || !trashedPath.has_filename())
+        return outside;
+    for (const fs::path &component : trashedPath) {
+        if (component == "." || component == "..")
+            return outside;
+    }
+    // Directly inside a real "files" folder of a trash directory: no link on
+    // the way may lead out of the Trash.
+    const fs::path files = trashedPath.parent_path();
+    if (files.filename() != "files" || !isRealFolder(files))
+        return outside;
+    char resolved[PATH_MAX];
+    if (::realpath(files.c_str(), resolved) == nullptr)
+        return outside;
+    const fs::path resolvedFiles(resolved);
+    const fs::path trashDir = resolvedFiles.parent_path();
+
+    fs::path topDir; // empty for the home trash, whose records hold absolute paths
+    const fs::path homeFiles = m_homeTrash / "files";
+    const bool isHome = isRealFolder(homeFiles) && ::realpath(homeFiles.c_str(), resolved) != nullptr
+        && fs::path(resolved) == resolvedFiles;
+    if (!isHome) {
+        // A volume's trash: "$top/.Trash-$uid", or "$top/.Trash/$uid" in a
+        // sticky shared folder, owned by this user.
+        struct stat st{};
+        if (!isRealFolder(trashDir, &st) || st.st_uid != m_uid)
+            return outside;
+        const std::string uid = std::to_string(m_uid);
+        fs::path candidateTop;
+        if (trashDir.filename() == ".Trash-" + uid) {
+            candidateTop = trashDir.parent_path();
+        } else if (trashDir.filename() == uid && trashDir.parent_path().filename() == ".Trash") {
+            struct stat shared{};
+            if (!isRealFolder(trashDir.parent_path(), &shared) || (shared.st_mode & S_ISVTX) == 0)
+                return outside;
+            candidateTop = trashDir.parent_path().parent_path();
+        } else {
+            return outside;
+        }
+        if (mountTop(candidateTop, st.st_dev) != candidateTop)
+            return outside;
+        topDir = candidateTop;
+    }
+
+    // The Trash's own record of where the item came from.
+    const fs::path infoPath = trashDir / "info" / (trashedPath.filename().native() + ".trashinfo");
+    struct stat infoStat{};
+    const FileContents info = ::lstat(infoPath.c_str(), &infoStat) == 0 && S_ISREG(infoStat.st_mode)
+        ? readWholeFile(infoPath) : FileContents{};
+    std::optional<std::string> recorded;
+    if (info.ok) {
+        bool inGroup = false;
+        for (const QByteArray &line : info.data.split('\n')) {
+            if (line.startsWith('['))
+                inGroup = line.trimmed() == "[Trash Info]";
+            else if (inGroup && line.startsWith("Path="))
+                recorded = decodePath(line.mid(5).trimmed().toStdString());
+        }
+    }
+    if (!recorded || recorded->empty())
+        return QStringLiteral("the Trash has no record of where %1 came from, so it was left alone").arg(quoted(trashedPath));
+    fs::path from(*recorded);
+    if (from.is_relative()) {
+        if (topDir.empty())
+            return QStringLiteral("the Trash's record of %1 is not a full path, so it was left alone").arg(quoted(trashedPath));
+        from = topDir / from;
+    }
+    if (withResolvedFolder(from) != withResolvedFolder(originalPath))
+        return QStringLiteral("the Trash's record says %1 came from %2, so it was left alone")
+            .arg(quoted(trashedPath), displayPath(from));
+    return {};
 }
 
 void FreedesktopTrash::forgetTrashedItem(const fs::path &trashedPath)

@@ -19,10 +19,13 @@ public:
 
     [[nodiscard]] TrashOutcome trashItem(const std::filesystem::path &given) override;
     void forgetTrashedItem(const std::filesystem::path &trashedPath) override;
+    [[nodiscard]] QString checkRestorable(const std::filesystem::path &trashedPath,
+                                          const std::filesystem::path &originalPath) const override;
     [[nodiscard]] std::filesystem::path homeTrashFiles() const override { return m_homeTrash / "files"; }
 
     // Percent-encodes raw path bytes as the trash info file's Path= key wants them.
     [[nodiscard]] static std::string encodePath(const std::string &bytes);
+    [[nodiscard]] static std::string decodePath(const std::string &encoded);
 
 private:
     struct Location {

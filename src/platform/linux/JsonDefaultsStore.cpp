@@ -1,10 +1,10 @@
 #include "platform/linux/JsonDefaultsStore.h"
 
 #include "platform/AtomicFile.h"
+#include "platform/SharedFile.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <cstdio>
 
 namespace tessoly::platform {
 namespace {
@@ -89,22 +89,40 @@ JsonDefaultsStore::JsonDefaultsStore(std::filesystem::path file)
     reload();
 }
 
-JsonDefaultsStore::FileState JsonDefaultsStore::reload()
+JsonDefaultsStore::Read JsonDefaultsStore::read() const
 {
-    m_values.clear();
-    const FileContents contents = readWholeFile(m_file);
-    if (!contents.ok)
-        return contents.missing ? FileState::Missing : FileState::Corrupt;
+    Read result;
+    FileContents contents = readWholeFile(m_file);
+    if (!contents.ok) {
+        result.state = contents.missing ? FileState::Missing : contents.folder ? FileState::Folder : FileState::Corrupt;
+        return result;
+    }
+    result.bytes = std::move(contents.data);
     QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(contents.data, &error);
-    if (error.error != QJsonParseError::NoError || !document.isObject())
-        return FileState::Corrupt;
+    const QJsonDocument document = QJsonDocument::fromJson(result.bytes, &error);
+    if (error.error != QJsonParseError::NoError || !document.isObject()) {
+        result.state = FileState::Corrupt;
+        return result;
+    }
     const QJsonObject root = document.object();
     for (auto it = root.begin(); it != root.end(); ++it) {
         if (const auto value = decodeTagged(it.value()))
-            m_values.insert(it.key(), *value);
+            result.values.insert(it.key(), *value);
     }
-    return FileState::Good;
+    result.state = FileState::Good;
+    return result;
+}
+
+bool JsonDefaultsStore::reload()
+{
+    Read fresh = read();
+    if (fresh.state == FileState::Good && fresh.bytes == m_lastBytes)
+        return false;
+    m_lastBytes = fresh.bytes;
+    if (fresh.values == m_values)
+        return false;
+    m_values = std::move(fresh.values);
+    return true;
 }
 
 std::optional<QVariant> JsonDefaultsStore::object(const QString &key) const
@@ -115,34 +133,38 @@ std::optional<QVariant> JsonDefaultsStore::object(const QString &key) const
     return *it;
 }
 
-bool JsonDefaultsStore::write()
+bool JsonDefaultsStore::update(const QString &key, const Change &change)
 {
-    QJsonObject root;
-    for (auto it = m_values.begin(); it != m_values.end(); ++it)
-        root.insert(it.key(), encodeTagged(it.value()));
-    std::error_code ignored;
-    std::filesystem::create_directories(m_file.parent_path(), ignored);
-    return writeFileAtomically(m_file, QJsonDocument(root).toJson(QJsonDocument::Indented)).isEmpty();
-}
-
-bool JsonDefaultsStore::set(const QString &key, const QVariant &value)
-{
-    // Pick up what another Tessoly process wrote since we last looked.
-    if (reload() == FileState::Corrupt) {
-        const std::filesystem::path aside = m_file.native() + ".corrupt";
-        std::rename(m_file.c_str(), aside.c_str());
-    }
-    m_values.insert(key, value);
-    return write();
-}
-
-bool JsonDefaultsStore::remove(const QString &key)
-{
-    if (reload() == FileState::Corrupt)
+    const FileLock lock(m_file);
+    if (!lock.held())
         return false;
-    if (m_values.remove(key) == 0)
+    // What other Tessoly processes wrote since we last looked.
+    Read fresh = read();
+    if (fresh.state == FileState::Folder)
+        return false;
+    if (fresh.state == FileState::Corrupt && keepAside(m_file).empty())
+        return false; // bytes we can't read are never written over
+    m_values = std::move(fresh.values);
+    m_lastBytes = fresh.bytes;
+
+    const auto it = m_values.constFind(key);
+    const std::optional<QVariant> before = it == m_values.constEnd() ? std::nullopt : std::optional<QVariant>(*it);
+    const std::optional<QVariant> after = change(before);
+    if (after == before && fresh.state != FileState::Corrupt)
         return true;
-    return write();
+    if (after)
+        m_values.insert(key, *after);
+    else
+        m_values.remove(key);
+
+    QJsonObject root;
+    for (auto value = m_values.begin(); value != m_values.end(); ++value)
+        root.insert(value.key(), encodeTagged(value.value()));
+    const QByteArray bytes = QJsonDocument(root).toJson(QJsonDocument::Indented);
+    if (!writeFileAtomically(m_file, bytes).isEmpty())
+        return false;
+    m_lastBytes = bytes;
+    return true;
 }
 
 } // namespace tessoly::platform

@@ -12,22 +12,29 @@ namespace tessoly::platform {
 // {"data": "<base64>"}, {"dict": {...}}. A value with an unknown tag or the
 // wrong JSON type reads as absent. An unreadable file reads as empty and is
 // left alone until a value is set; then it is kept aside as
-// "defaults.json.corrupt" and a new file is written.
+// "defaults.json.corrupt-<time>" and a new file is written. Each change runs
+// under the file's lock, on what the file holds at that moment.
 class JsonDefaultsStore final : public DefaultsStore {
 public:
     explicit JsonDefaultsStore(std::filesystem::path file);
 
     [[nodiscard]] std::optional<QVariant> object(const QString &key) const override;
-    bool set(const QString &key, const QVariant &value) override;
-    bool remove(const QString &key) override;
+    bool update(const QString &key, const Change &change) override;
+    bool reload() override;
+    [[nodiscard]] std::filesystem::path location() const override { return m_file; }
 
 private:
-    enum class FileState { Missing, Good, Corrupt };
-    FileState reload();
-    bool write();
+    enum class FileState { Missing, Good, Corrupt, Folder };
+    struct Read {
+        FileState state = FileState::Missing;
+        QByteArray bytes;
+        QVariantMap values;
+    };
+    [[nodiscard]] Read read() const;
 
     std::filesystem::path m_file;
     QVariantMap m_values;
+    QByteArray m_lastBytes; // what the file held when last read or written
 };
 
 } // namespace tessoly::platform

@@ -42,6 +42,7 @@ private:
     QCoro::Task<int> bringBack(Parsed parsed);
     QCoro::Task<int> offload(Parsed parsed);
     QCoro::Task<int> suggestions(Parsed parsed);
+    int settings(const Parsed &parsed);
     int usageError(const QString &message);
     void printJson(const QJsonValue &value);
     void showProgress(const QString &line);

@@ -1,4 +1,4 @@
-#include "core/PathText.h"
+#include "platform/PathText.h"
 
 #include <string>
 

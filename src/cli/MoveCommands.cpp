@@ -1,10 +1,10 @@
 // The command line's external-move commands: drives, moving, the moves made
 // so far and the way back, and what is worth moving.
 #include "core/ByteFormat.h"
-#include "core/CommandLine.h"
-#include "core/PathText.h"
+#include "cli/CommandLine.h"
+#include "platform/PathText.h"
 #include "core/RelativeTime.h"
-#include "core/TessolyApp.h"
+#include "application/TessolyApp.h"
 #include "moves/ExternalDestinationStore.h"
 #include "moves/ExternalDriveManager.h"
 #include "moves/MoveFileOperations.h"
@@ -165,6 +165,11 @@ QCoro::Task<int> CommandLine::move(Parsed parsed)
 
     const std::optional<MoveProgress> &last = controller.progress();
     const bool done = last && last->stage == MoveProgress::Stage::Done;
+    const QString unrecorded = done && !last->logError.isEmpty()
+        ? QStringLiteral("The move could not be recorded in the log: %1. The data is on the drive at %2, behind the "
+                         "link at %3, but Tessoly's list of moves won't show it.")
+              .arg(last->logError, displayPath(last->movedTo), displayPath(last->symlinkPath))
+        : QString();
     if (json) {
         QJsonObject object{{QStringLiteral("ok"), done}};
         if (done) {
@@ -172,6 +177,9 @@ QCoro::Task<int> CommandLine::move(Parsed parsed)
             object.insert(QStringLiteral("movedTo"), pathToText(last->movedTo));
             object.insert(QStringLiteral("movedBytes"), last->movedBytes);
             object.insert(QStringLiteral("disposedToTrash"), last->disposedToTrash);
+            object.insert(QStringLiteral("recorded"), unrecorded.isEmpty());
+            if (!unrecorded.isEmpty())
+                object.insert(QStringLiteral("logError"), unrecorded);
         } else if (last) {
             object.insert(QStringLiteral("error"), last->text());
         }
@@ -184,10 +192,12 @@ QCoro::Task<int> CommandLine::move(Parsed parsed)
                       : "Apps will keep finding the data at the original path. The original was deleted — the space is "
                         "free now, and your copy lives on the external drive.\n")
               << pathToText(last->symlinkPath) << " → " << pathToText(last->movedTo) << "\n";
+        if (!unrecorded.isEmpty())
+            m_err << unrecorded << "\n";
     } else if (last) {
         m_err << last->text() << "\n";
     }
-    co_return done ? 0 : 1;
+    co_return done && unrecorded.isEmpty() ? 0 : 1;
 }
 
 int CommandLine::moves(const Parsed &parsed)

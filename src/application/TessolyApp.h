@@ -64,6 +64,10 @@ public:
     // terminal. Without one (nullptr), every question is declined.
     void setPrompter(platform::Prompter *prompter);
 
+    // The window follows the log and the settings that other Tessoly
+    // processes (command lines, scheduled runs) change while it is open.
+    void followSharedFiles();
+
     // The window's start task: fresh figures, then the tour on first launch.
     Q_INVOKABLE void start();
     Q_INVOKABLE void reveal(const QString &path);

@@ -1,14 +1,16 @@
-// The command line's cleaning commands: the catalogue, measuring, cleaning
-// and local snapshots.
+// The command line's cleaning commands: the catalogue, measuring, cleaning,
+// the log and its undo, and local snapshots.
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
+#include "cleaning/HistoryJson.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/ByteFormat.h"
-#include "core/CommandLine.h"
-#include "core/PathText.h"
+#include "core/RelativeTime.h"
+#include "cli/CommandLine.h"
+#include "platform/PathText.h"
 #include "core/SettingsStore.h"
-#include "core/TessolyApp.h"
+#include "application/TessolyApp.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -137,13 +139,22 @@ QCoro::Task<int> CommandLine::clean(Parsed parsed)
     const auto connection = QObject::connect(&cleanup, &CleanupService::stateStored, &cleanup, [&](const QString &id) {
         showProgress(QStringLiteral("Cleaning %1…").arg(cleanup.states().value(id).target.name));
     });
-    const std::vector<CleanupHistoryEntry> &entries = m_app.history().entries();
-    const QUuid newestBefore = entries.empty() ? QUuid() : entries.front().id;
     const qint64 total = co_await cleanup.clean(chosen, displayName(*profile), deleteImmediately);
     QObject::disconnect(connection);
     m_app.scanner()->refreshVolumeInfo();
 
-    const CleanupHistoryEntry *entry = entries.empty() || entries.front().id == newestBefore ? nullptr : &entries.front();
+    const CleanupService::CleanReport &report = cleanup.lastCleanReport();
+    const CleanupHistoryEntry *entry = report.entryId.isNull() ? nullptr : m_app.history().entry(report.entryId);
+    const bool recorded = entry != nullptr && report.logError.isEmpty();
+    const int code = report.logError.isEmpty() && report.leftBehind.empty() ? 0 : 1;
+    QString unrecorded;
+    if (entry != nullptr && !report.logError.isEmpty()) {
+        unrecorded = deleteImmediately
+            ? QStringLiteral("This clean could not be recorded in the log: %1.").arg(report.logError)
+            : QStringLiteral("This clean could not be recorded in the log: %1. The items are in the Trash, but "
+                             "“tessoly restore” can't put them back; your file manager's Trash still can.")
+                  .arg(report.logError);
+    }
     if (parsed.flag("--json")) {
         QJsonArray items;
         if (entry != nullptr) {
@@ -155,26 +166,44 @@ QCoro::Task<int> CommandLine::clean(Parsed parsed)
                 items.append(object);
             }
         }
-        printJson(QJsonObject{{QStringLiteral("reclaimedBytes"), total},
-                              {QStringLiteral("deleted"), deleteImmediately},
-                              {QStringLiteral("entryId"), entry ? entry->id.toString(QUuid::WithoutBraces).toUpper() : QString()},
-                              {QStringLiteral("items"), items}});
-        co_return 0;
+        QJsonArray stayed;
+        for (const CleanupService::LeftBehind &left : report.leftBehind)
+            stayed.append(QJsonObject{{QStringLiteral("path"), pathToText(left.path)}, {QStringLiteral("reason"), left.reason}});
+        QJsonObject object{{QStringLiteral("reclaimedBytes"), total},
+                           {QStringLiteral("deleted"), deleteImmediately},
+                           {QStringLiteral("recorded"), recorded},
+                           {QStringLiteral("entryId"), recorded ? entry->id.toString(QUuid::WithoutBraces).toUpper() : QString()},
+                           {QStringLiteral("items"), items},
+                           {QStringLiteral("leftBehind"), stayed}};
+        if (!unrecorded.isEmpty())
+            object.insert(QStringLiteral("logError"), unrecorded);
+        printJson(object);
+        co_return code;
     }
-    if (entry == nullptr) {
+    if (entry == nullptr && report.leftBehind.empty()) {
         m_out << "Nothing to clean: the chosen folders are empty or not present.\n";
         co_return 0;
     }
-    for (const auto &item : entry->items) {
-        m_out << displayPath(item.originalPath) << "  " << formatBytes(item.bytes) << "\n    "
-              << (item.trashedPath ? QStringLiteral("→ ") + displayPath(*item.trashedPath) : QStringLiteral("deleted"))
-              << "\n";
+    if (entry != nullptr) {
+        for (const auto &item : entry->items) {
+            m_out << displayPath(item.originalPath) << "  " << formatBytes(item.bytes) << "\n    "
+                  << (item.trashedPath ? QStringLiteral("→ ") + displayPath(*item.trashedPath) : QStringLiteral("deleted"))
+                  << "\n";
+        }
+        m_out << (deleteImmediately ? "Deleted " : "Moved to the Trash: ")
+              << itemCount(static_cast<qint64>(entry->items.size())) << ", " << formatBytes(total) << ".\n";
     }
-    m_out << (deleteImmediately ? "Deleted " : "Moved to the Trash: ") << itemCount(static_cast<qint64>(entry->items.size()))
-          << ", " << formatBytes(total) << ".\n";
-    if (!deleteImmediately)
+    if (!report.leftBehind.empty()) {
+        const auto count = static_cast<qint64>(report.leftBehind.size());
+        m_out << itemCount(count) << (count == 1 ? " stayed where it was:\n" : " stayed where they were:\n");
+        for (const CleanupService::LeftBehind &left : report.leftBehind)
+            m_out << "  " << left.reason << "\n";
+    }
+    if (!unrecorded.isEmpty())
+        m_err << unrecorded << "\n";
+    else if (recorded && !deleteImmediately)
         m_out << "To put everything back: tessoly restore " << entry->id.toString(QUuid::WithoutBraces).toUpper() << "\n";
-    co_return 0;
+    co_return code;
 }
 
 QCoro::Task<int> CommandLine::snapshots(Parsed parsed)
@@ -223,6 +252,76 @@ QCoro::Task<int> CommandLine::reclaim(Parsed parsed)
     else
         m_out << "No space came free yet. The system may release it in the background over a few minutes.\n";
     co_return 0;
+}
+
+int CommandLine::history(const Parsed &parsed)
+{
+    const bool json = parsed.flag("--json");
+    const auto &entries = m_app.history().entries();
+    if (m_app.history().fileWasUnreadable()) {
+        m_err << "tessoly: " << displayPath(m_app.history().file())
+              << " isn't a log Tessoly can read, so it shows as empty. The next operation keeps its bytes beside it.\n";
+    }
+    if (json) {
+        m_out << encodeHistory(entries) << "\n";
+        return 0;
+    }
+    if (entries.empty()) {
+        m_out << "Nothing here yet. Every cleanup, trash, and external-move will be logged here so you can audit and undo.\n";
+        return 0;
+    }
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (const CleanupHistoryEntry &entry : entries) {
+        m_out << entry.id.toString(QUuid::WithoutBraces).toUpper() << "  " << entry.summary << "\n    " << label(entry.kind)
+              << " · " << formatRelativeTime(entry.timestamp, now) << " · " << entry.items.size()
+              << (entry.items.size() == 1 ? " item" : " items") << " · " << formatBytes(entry.bytesReclaimed) << " · "
+              << label(entry.status) << "\n";
+    }
+    return 0;
+}
+
+int CommandLine::restore(const Parsed &parsed)
+{
+    const bool json = parsed.flag("--json");
+    const QString &entryId = parsed.words.first();
+    const QUuid id(entryId.trimmed());
+    const CleanupHistoryEntry *entry = id.isNull() ? nullptr : m_app.history().entry(id);
+    if (entry == nullptr)
+        return usageError(QStringLiteral("no history entry has the id “%1”. “tessoly history” lists them.").arg(entryId));
+    // The same gate as the History page's button.
+    if (!isRestorable(entry->status)) {
+        const QString message = QStringLiteral("Nothing to restore: this entry is “%1”.").arg(label(entry->status));
+        if (json)
+            printJson(QJsonObject{{QStringLiteral("restored"), 0}, {QStringLiteral("failed"), 0},
+                                  {QStringLiteral("message"), message}, {QStringLiteral("status"), rawValue(entry->status)}});
+        else
+            m_err << message << "\n";
+        return 1;
+    }
+    const CleanupHistoryStore::RestoreCounts counts = m_app.history().restore(id);
+    const QString message = restoreMessage(counts);
+    const QString unrecorded = counts.writeError.isEmpty()
+        ? QString()
+        : QStringLiteral("The outcome could not be recorded in the log: %1. What was put back is in its place; the "
+                         "log still lists it as in the Trash.").arg(counts.writeError);
+    if (json) {
+        const CleanupHistoryEntry *after = m_app.history().entry(id);
+        QJsonObject object{{QStringLiteral("restored"), counts.restored},
+                           {QStringLiteral("failed"), counts.failed},
+                           {QStringLiteral("message"), message},
+                           {QStringLiteral("problems"), QJsonArray::fromStringList(counts.problems)},
+                           {QStringLiteral("status"), after ? rawValue(after->status) : QString()}};
+        if (!unrecorded.isEmpty())
+            object.insert(QStringLiteral("logError"), unrecorded);
+        printJson(object);
+    } else {
+        m_out << message << "\n";
+        for (const QString &problem : counts.problems)
+            m_out << "  " << problem << "\n";
+        if (!unrecorded.isEmpty())
+            m_err << unrecorded << "\n";
+    }
+    return counts.failed == 0 && counts.writeError.isEmpty() ? 0 : 1;
 }
 
 } // namespace tessoly

@@ -1,4 +1,4 @@
-#include "core/TessolyApp.h"
+#include "application/TessolyApp.h"
 
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryModel.h"
@@ -7,7 +7,7 @@
 #include "cleaning/HiddenSpaceCard.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/OnboardingState.h"
-#include "core/PathText.h"
+#include "platform/PathText.h"
 #include "core/SettingsStore.h"
 #include "moves/ExternalDestinationStore.h"
 #include "moves/ExternalDriveManager.h"
@@ -16,6 +16,7 @@
 #include "moves/MoveFileOperations.h"
 #include "moves/OffloadScanner.h"
 #include "moves/SymlinkInventory.h"
+#include "platform/FolderWatcher.h"
 #include "platform/Prompter.h"
 #include "platform/Platform.h"
 
@@ -40,7 +41,7 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_cleanup = new CleanupService(home, *m_platform->trash, *m_history, this);
     m_hiddenSpace = new HiddenSpaceCard(*m_maintenance, *m_scanner, this);
     m_historyModel = new CleanupHistoryModel(*m_history, homePath(), this);
-    m_inventory = new SymlinkInventory(*m_history, *m_moveOperations, home, this);
+    m_inventory = new SymlinkInventory(*m_history, *m_moveOperations, *m_destinations, home, this);
     m_offload = new OffloadScanner(home, this);
     m_moveSuggestions = new MoveSuggestions(home, this);
     m_moveController = new MoveController(*m_drives, *m_destinations, *m_mover, *m_platform->defaults, homePath(), this);
@@ -61,6 +62,18 @@ TessolyApp::~TessolyApp()
 QString TessolyApp::homePath() const
 {
     return displayPath(m_platform->locations->home());
+}
+
+void TessolyApp::followSharedFiles()
+{
+    m_history->watchForChanges();
+    auto *settingsWatcher = new platform::FolderWatcher(m_platform->defaults->location().parent_path(), this);
+    connect(settingsWatcher, &platform::FolderWatcher::changed, this, [this] {
+        if (!m_platform->defaults->reload())
+            return;
+        m_settings->reload();
+        m_destinations->reload();
+    });
 }
 
 void TessolyApp::start()

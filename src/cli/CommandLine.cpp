@@ -1,12 +1,7 @@
-#include "core/CommandLine.h"
+#include "cli/CommandLine.h"
 
-#include "analysis/DiskScanner.h"
+#include "application/TessolyApp.h"
 #include "cleaning/CleanupHistoryStore.h"
-#include "cleaning/HistoryJson.h"
-#include "core/ByteFormat.h"
-#include "core/RelativeTime.h"
-#include "core/SettingsStore.h"
-#include "core/TessolyApp.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -20,6 +15,12 @@ CommandLine::CommandLine(TessolyApp &app, QTextStream &out, QTextStream &err, bo
     , m_err(err)
     , m_progress(progress)
 {
+    // A log that isn't what Tessoly wrote is kept beside it at the first
+    // write; say so once, since nobody may look at the window.
+    QObject::connect(&app.history(), &CleanupHistoryStore::unreadableFileKept, &app.history(), [this](const QString &path) {
+        m_err << "tessoly: the log couldn't be read, so its bytes were kept as " << path << " and a new log was started.\n";
+        m_err.flush();
+    });
 }
 
 void CommandLine::printJson(const QJsonValue &value)
@@ -64,6 +65,8 @@ QString CommandLine::usage()
         "                       copy a moved item back in place of its symlink\n"
         "  offload              big folders nothing has touched in 6+ months\n"
         "  suggestions          known heavy developer and media folders worth moving\n"
+        "  settings [<key> [<value>]]\n"
+        "                       list the settings, show one, or change one (true/false, a number or a word)\n"
         "  help                 this text\n"
         "\n"
         "--json prints the result as JSON for scripts.\n");
@@ -124,6 +127,7 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         {"bring-back", 1, 1, "bring-back <record-id> [--json]", {"--json"}},
         {"offload", 0, 0, "offload [--json]", {"--json"}},
         {"suggestions", 0, 0, "suggestions [--json]", {"--json"}},
+        {"settings", 0, 2, "settings [<key> [<value>]] [--json]", {"--json"}},
     };
     const Shape *shape = nullptr;
     for (const Shape &candidate : shapes) {
@@ -171,98 +175,11 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         code = co_await offload(parsed);
     else if (parsed.command == QLatin1String("suggestions"))
         code = co_await suggestions(parsed);
+    else if (parsed.command == QLatin1String("settings"))
+        code = settings(parsed);
     m_out.flush();
     m_err.flush();
     co_return code;
-}
-
-int CommandLine::status(const Parsed &parsed)
-{
-    const bool json = parsed.flag("--json");
-    const DiskScanner &scanner = *m_app.scanner();
-    const qint64 capacity = scanner.totalCapacity();
-    const qint64 percent = static_cast<qint64>(scanner.usedFraction() * 100.0);
-    const auto &entries = m_app.history().entries();
-    const auto restorable = std::count_if(entries.begin(), entries.end(),
-                                          [](const CleanupHistoryEntry &entry) { return isRestorable(entry.status); });
-    if (json) {
-        const QJsonObject object{
-            {QStringLiteral("home"), m_app.homePath()},
-            {QStringLiteral("capacityBytes"), capacity},
-            {QStringLiteral("freeBytes"), scanner.totalFree()},
-            {QStringLiteral("usedBytes"), scanner.totalUsed()},
-            {QStringLiteral("usedPercent"), percent},
-            {QStringLiteral("historyEntries"), static_cast<qint64>(entries.size())},
-            {QStringLiteral("restorableEntries"), static_cast<qint64>(restorable)},
-            {QStringLiteral("interfaceMode"), m_app.settings()->interfaceMode()},
-        };
-        printJson(object);
-        return 0;
-    }
-    if (capacity <= 0) {
-        m_out << "The volume's figures couldn't be read.\n";
-    } else {
-        m_out << formatBytes(scanner.totalFree()) << " free of " << formatBytes(capacity) << " · " << percent
-              << "% used (" << formatBytes(scanner.totalUsed()) << ")\n";
-    }
-    m_out << "Home: " << m_app.homePath() << "\n";
-    m_out << "History: " << entries.size() << (entries.size() == 1 ? " operation" : " operations") << ", "
-          << restorable << " restorable\n";
-    return 0;
-}
-
-int CommandLine::history(const Parsed &parsed)
-{
-    const bool json = parsed.flag("--json");
-    const auto &entries = m_app.history().entries();
-    if (json) {
-        m_out << encodeHistory(entries) << "\n";
-        return 0;
-    }
-    if (entries.empty()) {
-        m_out << "Nothing here yet. Every cleanup, trash, and external-move will be logged here so you can audit and undo.\n";
-        return 0;
-    }
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    for (const CleanupHistoryEntry &entry : entries) {
-        m_out << entry.id.toString(QUuid::WithoutBraces).toUpper() << "  " << entry.summary << "\n    " << label(entry.kind)
-              << " · " << formatRelativeTime(entry.timestamp, now) << " · " << entry.items.size()
-              << (entry.items.size() == 1 ? " item" : " items") << " · " << formatBytes(entry.bytesReclaimed) << " · "
-              << label(entry.status) << "\n";
-    }
-    return 0;
-}
-
-int CommandLine::restore(const Parsed &parsed)
-{
-    const bool json = parsed.flag("--json");
-    const QString &entryId = parsed.words.first();
-    const QUuid id(entryId.trimmed());
-    const CleanupHistoryEntry *entry = id.isNull() ? nullptr : m_app.history().entry(id);
-    if (entry == nullptr)
-        return usageError(QStringLiteral("no history entry has the id “%1”. “tessoly history” lists them.").arg(entryId));
-    // The same gate as the History page's button.
-    if (!isRestorable(entry->status)) {
-        const QString message = QStringLiteral("Nothing to restore: this entry is “%1”.").arg(label(entry->status));
-        if (json)
-            printJson(QJsonObject{{QStringLiteral("restored"), 0}, {QStringLiteral("failed"), 0},
-                                  {QStringLiteral("message"), message}, {QStringLiteral("status"), rawValue(entry->status)}});
-        else
-            m_err << message << "\n";
-        return 1;
-    }
-    const CleanupHistoryStore::RestoreCounts counts = m_app.history().restore(id);
-    const QString message = restoreMessage(counts);
-    if (json) {
-        const CleanupHistoryEntry *after = m_app.history().entry(id);
-        printJson(QJsonObject{{QStringLiteral("restored"), counts.restored},
-                              {QStringLiteral("failed"), counts.failed},
-                              {QStringLiteral("message"), message},
-                              {QStringLiteral("status"), after ? rawValue(after->status) : QString()}});
-    } else {
-        m_out << message << "\n";
-    }
-    return counts.failed == 0 ? 0 : 1;
 }
 
 } // namespace tessoly
