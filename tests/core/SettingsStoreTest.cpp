@@ -117,8 +117,8 @@ TEST_F(Settings, CorruptFileIsLeftAloneUntilAValueChanges)
         EXPECT_EQ(readFile(file), garbage);
         settings.setDeleteImmediately(true);
     }
-    ASSERT_EQ(keptCopies(file).size(), 1u);
-    EXPECT_EQ(readFile(keptCopies(file).at(0)), garbage); // kept aside, not lost
+    ASSERT_EQ(test::keptCopies(file).size(), 1u);
+    EXPECT_EQ(readFile(test::keptCopies(file).at(0)), garbage); // kept aside, not lost
     {
         platform::JsonDefaultsStore defaults(file);
         SettingsStore settings(defaults);
@@ -129,9 +129,9 @@ TEST_F(Settings, CorruptFileIsLeftAloneUntilAValueChanges)
     platform::JsonDefaultsStore defaults(file);
     SettingsStore settings(defaults);
     settings.setNotificationsEnabled(false);
-    ASSERT_EQ(keptCopies(file).size(), 2u);
-    EXPECT_EQ(readFile(keptCopies(file).at(0)), garbage);
-    EXPECT_EQ(readFile(keptCopies(file).at(1)), "\x01\x02binary");
+    ASSERT_EQ(test::keptCopies(file).size(), 2u);
+    EXPECT_EQ(readFile(test::keptCopies(file).at(0)), garbage);
+    EXPECT_EQ(readFile(test::keptCopies(file).at(1)), "\x01\x02binary");
 }
 
 TEST_F(Settings, EveryValueTypeRoundTrips)
