@@ -4,6 +4,7 @@
 #include "cleaning/HistoryJson.h"
 #include "platform/linux/FreedesktopTrash.h"
 
+#include <QSignalSpy>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -62,16 +63,128 @@ TEST_F(History, TheThousandAndFirstAppendDropsTheOldest)
     EXPECT_EQ(reloaded.entries().front().summary, "newest");
 }
 
-TEST_F(History, CorruptFileIsAnEmptyLogReplacedAtTheNextAppend)
+TEST_F(History, CorruptFileIsAnEmptyLogReplacedAtTheNextAppendWithItsBytesKeptBeside)
 {
-    writeFile(home.historyFile(), "[{\"id\": ");
+    // Truncated, empty, binary: each reads as an empty log, and the next
+    // write keeps the old bytes beside the new log.
+    const std::string truncated = "[{\"id\": ";
+    const std::string binary("\x89PNG\r\n\x1a\n\0\0\xff", 11);
+    int round = 0;
+    for (const std::string &bad : {truncated, std::string(), binary}) {
+        SCOPED_TRACE(++round);
+        writeFile(home.historyFile(), bad);
+        CleanupHistoryStore store(home.historyFile(), trash);
+        EXPECT_TRUE(store.entries().empty());
+        EXPECT_TRUE(store.fileWasUnreadable());
+        EXPECT_EQ(readFile(home.historyFile()), bad); // loading touches nothing
+        QStringList kept;
+        QObject::connect(&store, &CleanupHistoryStore::unreadableFileKept, [&](const QString &path) { kept << path; });
+        EXPECT_EQ(store.append(CleanupHistoryEntry::make(Kind::BigFileTrash, "Trashed 1 duplicate of a.iso", 10, {})), "");
+        EXPECT_EQ(kept.size(), 1);
+        const std::vector<fs::path> copies = keptCopies(home.historyFile());
+        ASSERT_EQ(copies.size(), static_cast<std::size_t>(round));
+        EXPECT_EQ(readFile(copies.back()), bad);
+        CleanupHistoryStore reloaded(home.historyFile(), trash);
+        ASSERT_EQ(reloaded.entries().size(), 1u);
+        EXPECT_EQ(reloaded.entries().front().summary, "Trashed 1 duplicate of a.iso");
+    }
+}
+
+TEST_F(History, AFolderInTheLogsPlaceIsNeverReplacedAndTheWriteSaysWhy)
+{
+    fs::create_directories(home.historyFile() / "inside");
+    writeFile(home.historyFile() / "inside/note.txt", "someone's");
     CleanupHistoryStore store(home.historyFile(), trash);
     EXPECT_TRUE(store.entries().empty());
-    EXPECT_EQ(readFile(home.historyFile()), "[{\"id\": ");
-    store.append(CleanupHistoryEntry::make(Kind::BigFileTrash, "Trashed 1 duplicate of a.iso", 10, {}));
+    const auto entry = CleanupHistoryEntry::make(Kind::ProfileCleanup, "General profile cleanup", 1, {});
+    const QString error = store.append(entry);
+    EXPECT_NE(error.indexOf("is a folder"), -1) << error.toStdString();
+    EXPECT_EQ(readFile(home.historyFile() / "inside/note.txt"), "someone's");
+    // Kept in memory, and written once the folder is out of the way.
+    EXPECT_NE(store.entry(entry.id), nullptr);
+    fs::rename(home.historyFile(), home.path() / "moved-away");
+    EXPECT_EQ(store.append(CleanupHistoryEntry::make(Kind::ProfileCleanup, "second", 1, {})), "");
+    CleanupHistoryStore reloaded(home.historyFile(), trash);
+    ASSERT_EQ(reloaded.entries().size(), 2u);
+    EXPECT_EQ(reloaded.entries().back().id, entry.id);
+}
+
+TEST_F(History, TwoStoresOnOneFileKeepEachOthersChangesAndTheWatcherFollows)
+{
+    CleanupHistoryStore window(home.historyFile(), trash);
+    window.watchForChanges();
+    CleanupHistoryStore other(home.historyFile(), trash);
+    const auto mine = CleanupHistoryEntry::make(Kind::ProfileCleanup, "window's", 1, {trashed(home.path() / "a", "a")});
+    window.append(mine);
+    const auto theirs = CleanupHistoryEntry::make(Kind::ProfileCleanup, "other's", 1, {trashed(home.path() / "b", "b")});
+    other.append(theirs); // re-reads the file: the window's entry stays
+    ASSERT_EQ(other.entries().size(), 2u);
+
+    QSignalSpy changed(&window, &CleanupHistoryStore::entriesChanged);
+    ASSERT_TRUE(changed.wait(2000)) << "the window's store didn't notice the other's write";
+    ASSERT_EQ(window.entries().size(), 2u);
+    EXPECT_EQ(window.entries().front().id, theirs.id);
+
+    // A restore by one is seen by the other, and the other's next change keeps it.
+    EXPECT_EQ(other.restore(mine.id).restored, 1);
+    window.removeItem(theirs.items.front().id);
     CleanupHistoryStore reloaded(home.historyFile(), trash);
     ASSERT_EQ(reloaded.entries().size(), 1u);
-    EXPECT_EQ(reloaded.entries().front().summary, "Trashed 1 duplicate of a.iso");
+    EXPECT_EQ(reloaded.entries().front().status, Status::FullyRestored);
+    // A second restore of the same entry by a store that still thinks it is active moves nothing.
+    const auto again = window.restore(mine.id);
+    EXPECT_EQ(again.restored, 0);
+}
+
+TEST_F(History, RestoreTakesOnlyItemsOfTheTrashThatRememberTheirPlace)
+{
+    CleanupHistoryStore store(home.historyFile(), trash);
+    const auto expectRefused = [&](CleanupHistoryEntry::Item item, const fs::path &stays, const char *words) {
+        const auto entry = CleanupHistoryEntry::make(Kind::ProfileCleanup, "edited", 1, {item});
+        store.append(entry);
+        const std::string before = describeTree(stays);
+        const auto counts = store.restore(entry.id);
+        EXPECT_EQ(counts.restored, 0);
+        EXPECT_EQ(counts.failed, 1);
+        ASSERT_EQ(counts.problems.size(), 1);
+        EXPECT_NE(counts.problems.front().indexOf(words), -1) << counts.problems.front().toStdString();
+        EXPECT_EQ(describeTree(stays), before);
+        std::error_code error;
+        EXPECT_FALSE(fs::exists(item.originalPath, error));
+    };
+
+    // A trashedPath edited to name a file of the person's outside every Trash.
+    writeFile(home.path() / "Documents/thesis.txt", "years of work");
+    CleanupHistoryEntry::Item outside;
+    outside.originalPath = home.path() / "Desktop/thesis.txt";
+    outside.trashedPath = home.path() / "Documents/thesis.txt";
+    expectRefused(outside, home.path() / "Documents", "isn't an item of the Trash");
+
+    // Inside the Trash, but the Trash's record names another original.
+    CleanupHistoryEntry::Item other = trashed(home.path() / "Caches/one.bin", "one");
+    other.originalPath = home.path() / "Elsewhere/one.bin";
+    fs::create_directories(home.path() / "Elsewhere");
+    expectRefused(other, home.trash(), "came from");
+
+    // A link inside the Trash that leads out of it.
+    fs::create_directories(home.path() / "Private");
+    writeFile(home.path() / "Private/key.pem", "secret");
+    fs::create_directory_symlink(home.path() / "Private", home.trash() / "files/door");
+    CleanupHistoryEntry::Item throughLink;
+    throughLink.originalPath = home.path() / "Public/key.pem";
+    throughLink.trashedPath = home.trash() / "files/door/key.pem";
+    fs::create_directories(home.path() / "Public");
+    expectRefused(throughLink, home.path() / "Private", "isn't an item of the Trash");
+
+    // The Trash's files folder itself replaced by a link to another folder.
+    const fs::path realFiles = home.path() / "real-files";
+    fs::rename(home.trash() / "files", realFiles);
+    fs::create_directory_symlink(home.path() / "Private", home.trash() / "files");
+    CleanupHistoryEntry::Item viaFiles;
+    viaFiles.originalPath = home.path() / "Public/key.pem";
+    viaFiles.trashedPath = home.trash() / "files/key.pem";
+    expectRefused(viaFiles, home.path() / "Private", "isn't an item of the Trash");
+    EXPECT_EQ(readFile(home.path() / "Private/key.pem"), "secret");
 }
 
 TEST_F(History, NewEntriesStartByKind)
