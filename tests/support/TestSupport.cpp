@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -53,6 +54,29 @@ ProcessRun runProcess(const QString &program, const QStringList &arguments, cons
     run.out = process.readAllStandardOutput();
     run.err = process.readAllStandardError();
     return run;
+}
+
+std::vector<ProcessRun> runTogether(const std::vector<Command> &commands)
+{
+    std::vector<std::unique_ptr<QProcess>> processes;
+    for (const Command &command : commands) {
+        auto process = std::make_unique<QProcess>();
+        process->start(command.program, command.arguments);
+        processes.push_back(std::move(process));
+    }
+    std::vector<ProcessRun> runs;
+    for (const auto &process : processes) {
+        ProcessRun run;
+        if (process->waitForStarted(10000)) {
+            process->closeWriteChannel();
+            process->waitForFinished(120000);
+            run.exitCode = process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
+            run.out = process->readAllStandardOutput();
+            run.err = process->readAllStandardError();
+        }
+        runs.push_back(std::move(run));
+    }
+    return runs;
 }
 
 void writeFile(const fs::path &path, const std::string &content)

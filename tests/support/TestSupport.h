@@ -36,6 +36,12 @@ struct ProcessRun {
     QByteArray err;
 };
 ProcessRun runProcess(const QString &program, const QStringList &arguments, const QByteArray &input = {});
+// Several child processes started together and each run to its end; results in the order given.
+struct Command {
+    QString program;
+    QStringList arguments;
+};
+std::vector<ProcessRun> runTogether(const std::vector<Command> &commands);
 
 // File helpers for building trees.
 void writeFile(const std::filesystem::path &path, const std::string &content);
