@@ -37,13 +37,15 @@ int moveWithoutReplacing(const fs::path &from, const fs::path &to)
 }
 
 struct LogFile {
-    enum class State { Missing, Good, Undecodable, Folder };
+    enum class State { Missing, Good, Undecodable, Folder, AsKnown };
     State state = State::Missing;
     QByteArray bytes;
     std::vector<CleanupHistoryEntry> entries;
 };
 
-LogFile readLog(const fs::path &file)
+// Reads and decodes the log; when it holds exactly the bytes this store
+// last read or wrote (`known`), it isn't decoded again: AsKnown.
+LogFile readLog(const fs::path &file, const QByteArray *known = nullptr)
 {
     LogFile log;
     platform::FileContents contents = platform::readWholeFile(file);
@@ -53,6 +55,10 @@ LogFile readLog(const fs::path &file)
         return log;
     }
     log.bytes = std::move(contents.data);
+    if (known != nullptr && !known->isEmpty() && log.bytes == *known) {
+        log.state = LogFile::State::AsKnown;
+        return log;
+    }
     if (auto decoded = decodeHistory(log.bytes)) {
         log.entries = std::move(*decoded);
         log.state = LogFile::State::Good;
@@ -121,13 +127,15 @@ QString CleanupHistoryStore::commit(const Plan &plan, bool workWithoutLock)
         return lock.error();
     }
 
-    LogFile fresh = readLog(m_file);
-    std::vector<CleanupHistoryEntry> list = std::move(fresh.entries);
+    // Unchanged since this store last saw it, the file needs no decoding:
+    // memory already holds it (with the changes not yet written).
+    LogFile fresh = readLog(m_file, m_unreadable ? nullptr : &m_lastBytes);
+    std::vector<CleanupHistoryEntry> list = fresh.state == LogFile::State::AsKnown ? m_entries : std::move(fresh.entries);
     applyPending(list);
     const Edit edit = plan(list);
     if (!edit && m_pending.empty()) {
         // Nothing to record: the file stays untouched; memory follows it.
-        if (fresh.state == LogFile::State::Good || fresh.state == LogFile::State::Missing) {
+        if (fresh.state != LogFile::State::Undecodable && fresh.state != LogFile::State::Folder) {
             m_lastBytes = fresh.bytes;
             m_entries = std::move(list);
             emit entriesChanged();
@@ -290,7 +298,9 @@ void CleanupHistoryStore::watchForChanges()
 
 void CleanupHistoryStore::reloadIfChanged()
 {
-    LogFile log = readLog(m_file);
+    LogFile log = readLog(m_file, m_unreadable ? nullptr : &m_lastBytes);
+    if (log.state == LogFile::State::AsKnown)
+        return;
     const bool unreadable = log.state == LogFile::State::Undecodable || log.state == LogFile::State::Folder;
     if (log.bytes == m_lastBytes && unreadable == m_unreadable)
         return;

@@ -160,6 +160,21 @@ void CleanupService::cleanTargets(const QStringList &ids, const QString &profile
     cleanAndReport(targetsWithIds(ids), profileName, deleteImmediately);
 }
 
+QString CleanupService::lastCleanNotice() const
+{
+    QStringList words;
+    const auto stayed = static_cast<qsizetype>(m_lastCleanReport.leftBehind.size());
+    if (stayed == 1)
+        words << m_lastCleanReport.leftBehind.front().reason;
+    else if (stayed > 1)
+        words << QStringLiteral("%1 items stayed where they were, for example: %2").arg(stayed).arg(m_lastCleanReport.leftBehind.front().reason);
+    if (!m_lastCleanReport.logError.isEmpty())
+        words << QStringLiteral("This clean couldn't be recorded in the log (%1), so History can't put it back; "
+                                "what went to the Trash can still be restored from the Trash itself.")
+                     .arg(m_lastCleanReport.logError);
+    return words.join(QLatin1Char(' '));
+}
+
 QVariantMap CleanupService::stateOf(const QString &id) const
 {
     const auto it = m_states.find(id);

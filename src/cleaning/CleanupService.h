@@ -29,6 +29,8 @@ struct CleanupTargetState {
 class CleanupService : public QObject {
     Q_OBJECT
     Q_PROPERTY(qint64 lastReclaimedBytes READ lastReclaimedBytes NOTIFY lastReclaimedBytesChanged)
+    // Words for what the last clean couldn't do (empty when it did it all).
+    Q_PROPERTY(QString lastCleanNotice READ lastCleanNotice NOTIFY lastReclaimedBytesChanged)
     Q_PROPERTY(bool isMeasuring READ isMeasuring NOTIFY isMeasuringChanged)
     // Changes whenever a state is stored, for screens that read stateOf().
     Q_PROPERTY(int statesRevision READ statesRevision NOTIFY statesChanged)
@@ -59,6 +61,7 @@ public:
     [[nodiscard]] const QHash<QString, CleanupTargetState> &states() const { return m_states; }
     [[nodiscard]] qint64 lastReclaimedBytes() const { return m_lastReclaimedBytes; }
     [[nodiscard]] const CleanReport &lastCleanReport() const { return m_lastCleanReport; }
+    [[nodiscard]] QString lastCleanNotice() const;
     [[nodiscard]] bool isMeasuring() const { return m_isMeasuring; }
     [[nodiscard]] int statesRevision() const { return m_statesRevision; }
 

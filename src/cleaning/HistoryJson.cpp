@@ -5,6 +5,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
 
 namespace tessoly {
 namespace {
@@ -13,31 +16,58 @@ class Writer {
 public:
     QByteArray out;
 
+    // The encoder's escaping, written straight to UTF-8: "/" as "\/",
+    // control characters and lone surrogates (non-UTF-8 path bytes) as \u.
     void string(const QString &text)
     {
         out += '"';
-        for (qsizetype i = 0; i < text.size(); ++i) {
-            const char16_t c = text.at(i).unicode();
-            switch (c) {
-            case u'"': out += "\\\""; break;
-            case u'\\': out += "\\\\"; break;
-            case u'/': out += "\\/"; break;
-            case u'\b': out += "\\b"; break;
-            case u'\f': out += "\\f"; break;
-            case u'\n': out += "\\n"; break;
-            case u'\r': out += "\\r"; break;
-            case u'\t': out += "\\t"; break;
-            default:
-                if (c < 0x20 || (QChar::isSurrogate(c) && !pairedSurrogate(text, i))) {
-                    out += QStringLiteral("\\u%1").arg(static_cast<unsigned>(c), 4, 16, QLatin1Char('0')).toLatin1();
-                } else if (QChar::isHighSurrogate(c)) {
-                    out += text.mid(i, 2).toUtf8();
-                    ++i;
-                } else {
-                    out += QString(QChar(c)).toUtf8();
-                }
+        const char16_t *data = reinterpret_cast<const char16_t *>(text.constData());
+        const qsizetype size = text.size();
+        for (qsizetype i = 0; i < size; ++i) {
+            const char16_t c = data[i];
+            if (c < 0x80) {
+                ascii(c);
+            } else if (c < 0x800) {
+                out += static_cast<char>(0xC0 | (c >> 6));
+                out += static_cast<char>(0x80 | (c & 0x3F));
+            } else if (QChar::isHighSurrogate(c) && i + 1 < size && QChar::isLowSurrogate(data[i + 1])) {
+                const char32_t point = QChar::surrogateToUcs4(c, data[i + 1]);
+                ++i;
+                out += static_cast<char>(0xF0 | (point >> 18));
+                out += static_cast<char>(0x80 | ((point >> 12) & 0x3F));
+                out += static_cast<char>(0x80 | ((point >> 6) & 0x3F));
+                out += static_cast<char>(0x80 | (point & 0x3F));
+            } else if (QChar::isSurrogate(c)) {
+                escape(c);
+            } else {
+                out += static_cast<char>(0xE0 | (c >> 12));
+                out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+                out += static_cast<char>(0x80 | (c & 0x3F));
             }
         }
+        out += '"';
+    }
+
+    // A path: ASCII bytes are written as they are (escaped); any other path
+    // goes through its text form, which keeps every byte.
+    void path(const std::filesystem::path &value)
+    {
+        const std::string &bytes = value.native();
+        if (std::any_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) {
+            string(pathToText(value));
+            return;
+        }
+        out += '"';
+        for (const char c : bytes)
+            ascii(static_cast<char16_t>(c));
+        out += '"';
+    }
+
+    // Text known to need no escaping (ids, raw values, timestamps).
+    void plain(const QByteArray &text)
+    {
+        out += '"';
+        out += text;
         out += '"';
     }
 
@@ -52,18 +82,48 @@ public:
     void number(qint64 value) { out += QByteArray::number(value); }
 
 private:
-    static bool pairedSurrogate(const QString &text, qsizetype i)
+    void ascii(char16_t c)
     {
-        const char16_t c = text.at(i).unicode();
-        if (QChar::isHighSurrogate(c))
-            return i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
-        return i > 0 && text.at(i - 1).isHighSurrogate();
+        switch (c) {
+        case u'"': out += "\\\""; break;
+        case u'\\': out += "\\\\"; break;
+        case u'/': out += "\\/"; break;
+        case u'\b': out += "\\b"; break;
+        case u'\f': out += "\\f"; break;
+        case u'\n': out += "\\n"; break;
+        case u'\r': out += "\\r"; break;
+        case u'\t': out += "\\t"; break;
+        default:
+            if (c < 0x20)
+                escape(c);
+            else
+                out += static_cast<char>(c);
+        }
+    }
+
+    void escape(char16_t c)
+    {
+        static constexpr char hex[] = "0123456789abcdef";
+        const char text[] = {'\\', 'u', hex[(c >> 12) & 0xF], hex[(c >> 8) & 0xF], hex[(c >> 4) & 0xF], hex[c & 0xF]};
+        out.append(text, sizeof text);
     }
 };
 
-QString uuidText(const QUuid &id)
+// yyyy-MM-ddTHH:mm:ssZ in UTC, built from the fields (QDateTime::toString is slow).
+QByteArray isoTimestamp(const QDateTime &timestamp)
 {
-    return id.toString(QUuid::WithoutBraces).toUpper();
+    const QDateTime utc = timestamp.toUTC();
+    const QDate date = utc.date();
+    const QTime time = utc.time();
+    char text[32];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", date.year(), date.month(), date.day(), time.hour(),
+                  time.minute(), time.second());
+    return QByteArray(text);
+}
+
+QByteArray uuidText(const QUuid &id)
+{
+    return id.toByteArray(QUuid::WithoutBraces).toUpper();
 }
 
 void writeItem(Writer &w, const CleanupHistoryEntry::Item &item, int level)
@@ -75,18 +135,18 @@ void writeItem(Writer &w, const CleanupHistoryEntry::Item &item, int level)
     if (item.externalPath) {
         w.out += ",\n";
         w.key(level + 1, "externalPath");
-        w.string(pathToText(*item.externalPath));
+        w.path(*item.externalPath);
     }
     w.out += ",\n";
     w.key(level + 1, "id");
-    w.string(uuidText(item.id));
+    w.plain(uuidText(item.id));
     w.out += ",\n";
     w.key(level + 1, "originalPath");
-    w.string(pathToText(item.originalPath));
+    w.path(item.originalPath);
     if (item.trashedPath) {
         w.out += ",\n";
         w.key(level + 1, "trashedPath");
-        w.string(pathToText(*item.trashedPath));
+        w.path(*item.trashedPath);
     }
     w.out += "\n";
     w.indent(level);
@@ -101,7 +161,7 @@ void writeEntry(Writer &w, const CleanupHistoryEntry &entry, int level)
     w.number(entry.bytesReclaimed);
     w.out += ",\n";
     w.key(level + 1, "id");
-    w.string(uuidText(entry.id));
+    w.plain(uuidText(entry.id));
     w.out += ",\n";
     w.key(level + 1, "items");
     w.out += "[\n";
@@ -116,16 +176,16 @@ void writeEntry(Writer &w, const CleanupHistoryEntry &entry, int level)
     w.indent(level + 1);
     w.out += "],\n";
     w.key(level + 1, "kind");
-    w.string(rawValue(entry.kind));
+    w.plain(rawValue(entry.kind).toLatin1());
     w.out += ",\n";
     w.key(level + 1, "status");
-    w.string(rawValue(entry.status));
+    w.plain(rawValue(entry.status).toLatin1());
     w.out += ",\n";
     w.key(level + 1, "summary");
     w.string(entry.summary);
     w.out += ",\n";
     w.key(level + 1, "timestamp");
-    w.string(entry.timestamp.toUTC().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss'Z'")));
+    w.plain(isoTimestamp(entry.timestamp));
     w.out += "\n";
     w.indent(level);
     w.out += "}";
@@ -233,6 +293,7 @@ std::optional<CleanupHistoryEntry> decodeEntry(const QJsonValue &value)
 QByteArray encodeHistory(const std::vector<CleanupHistoryEntry> &entries)
 {
     Writer w;
+    w.out.reserve(static_cast<qsizetype>(entries.size()) * 1100 + 16);
     w.out += "[\n";
     if (entries.empty())
         w.out += "\n";
@@ -244,10 +305,46 @@ QByteArray encodeHistory(const std::vector<CleanupHistoryEntry> &entries)
     return w.out;
 }
 
+namespace {
+
+// The same JSON with every "\/" written as "/": the log escapes each slash
+// of every path, which sends Qt's parser down its slow path for every string.
+// Other escapes ("\\/" among them) are kept as they are.
+QByteArray withPlainSlashes(const QByteArray &json)
+{
+    if (!json.contains("\\/"))
+        return json;
+    QByteArray out(json.size(), Qt::Uninitialized);
+    char *to = out.data();
+    const char *from = json.constData();
+    const char *const end = from + json.size();
+    while (from < end) {
+        const char *escape = static_cast<const char *>(std::memchr(from, '\\', static_cast<std::size_t>(end - from)));
+        const char *stop = escape != nullptr ? escape : end;
+        std::memcpy(to, from, static_cast<std::size_t>(stop - from));
+        to += stop - from;
+        from = stop;
+        if (escape == nullptr || escape + 1 >= end)
+            break;
+        if (escape[1] != '/')
+            *to++ = '\\';
+        *to++ = escape[1];
+        from = escape + 2;
+    }
+    if (from < end) { // a lone backslash at the very end
+        std::memcpy(to, from, static_cast<std::size_t>(end - from));
+        to += end - from;
+    }
+    out.truncate(to - out.constData());
+    return out;
+}
+
+} // namespace
+
 std::optional<std::vector<CleanupHistoryEntry>> decodeHistory(const QByteArray &json)
 {
     QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    const QJsonDocument document = QJsonDocument::fromJson(withPlainSlashes(json), &error);
     if (error.error != QJsonParseError::NoError || !document.isArray())
         return std::nullopt;
     std::vector<CleanupHistoryEntry> entries;

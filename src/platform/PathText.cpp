@@ -43,17 +43,25 @@ QString pathToText(const std::filesystem::path &path)
     const std::string &bytes = path.native();
     QString out;
     out.reserve(static_cast<qsizetype>(bytes.size()));
+    // Runs of valid UTF-8 are decoded at once; each invalid byte becomes its surrogate.
+    std::size_t run = 0;
     std::size_t i = 0;
+    const auto flush = [&] {
+        if (i > run)
+            out += QString::fromUtf8(bytes.data() + run, static_cast<qsizetype>(i - run));
+    };
     while (i < bytes.size()) {
         const std::size_t length = utf8SequenceLength(bytes, i);
         if (length == 0) {
+            flush();
             out += QChar(static_cast<char16_t>(0xDC00 + static_cast<unsigned char>(bytes[i])));
             ++i;
+            run = i;
         } else {
-            out += QString::fromUtf8(bytes.data() + i, static_cast<qsizetype>(length));
             i += length;
         }
     }
+    flush();
     return out;
 }
 
@@ -61,18 +69,29 @@ std::filesystem::path textToPath(const QString &text)
 {
     std::string bytes;
     bytes.reserve(static_cast<std::size_t>(text.size()));
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const char16_t unit = text.at(i).unicode();
-        if (unit >= 0xDC80 && unit <= 0xDCFF) {
+    // Runs of text are encoded at once; a lone U+DC80..U+DCFF is the raw byte
+    // it stands for (a valid surrogate pair stays a character).
+    const QStringView view(text);
+    qsizetype run = 0;
+    qsizetype i = 0;
+    const auto flush = [&] {
+        if (i > run)
+            bytes += view.mid(run, i - run).toUtf8().toStdString();
+    };
+    while (i < view.size()) {
+        const char16_t unit = view.at(i).unicode();
+        if (QChar::isHighSurrogate(unit) && i + 1 < view.size() && view.at(i + 1).isLowSurrogate()) {
+            i += 2;
+        } else if (unit >= 0xDC80 && unit <= 0xDCFF) {
+            flush();
             bytes.push_back(static_cast<char>(unit - 0xDC00));
-            continue;
+            ++i;
+            run = i;
+        } else {
+            ++i;
         }
-        qsizetype length = 1;
-        if (QChar::isHighSurrogate(unit) && i + 1 < text.size() && text.at(i + 1).isLowSurrogate())
-            length = 2;
-        bytes += text.mid(i, length).toStdString();
-        i += length - 1;
     }
+    flush();
     return {bytes};
 }
 

@@ -185,8 +185,11 @@ Item {
         Card { // the footer
             Layout.fillWidth: true
             padding: 16
+            ColumnLayout {
+            width: parent.width
+            spacing: 10
             RowLayout {
-                width: parent.width
+                Layout.fillWidth: true
                 spacing: 12
                 Text {
                     text: "Reclaimable now:"
@@ -231,6 +234,23 @@ Item {
                     enabled: !view.working && !view.cleanup.isMeasuring && view.selectedBytes > 0
                     onClicked: view.startClean()
                 }
+            }
+            // What stayed in place, or a log that couldn't record the clean.
+            RowLayout {
+                objectName: "cleanNotice"
+                Layout.fillWidth: true
+                spacing: 8
+                visible: view.cleanup.lastCleanNotice !== "" && !view.working
+                Icon { name: "exclamationmark.triangle.fill"; size: 16; color: Theme.orange; Layout.alignment: Qt.AlignTop }
+                Text {
+                    Layout.fillWidth: true
+                    text: view.cleanup.lastCleanNotice
+                    wrapMode: Text.Wrap
+                    font.family: Theme.fontFamily
+                    font.pixelSize: Theme.smallSize
+                    color: Theme.secondaryText
+                }
+            }
             }
         }
     }

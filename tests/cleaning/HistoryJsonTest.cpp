@@ -85,6 +85,21 @@ TEST(HistoryJson, EmptyLogAndNonUtf8Paths)
     EXPECT_EQ(*decoded, entries);
 }
 
+TEST(HistoryJson, EscapesSurviveTheRoundTrip)
+{
+    // Backslashes next to slashes, quotes, control characters and text beyond
+    // ASCII, in a summary and in paths of both kinds (ASCII and not).
+    auto odd = item("A1B2C3D4-E5F6-4711-8899-AABBCCDDEEFF", "/home/ann/back\\/slash \"q\"\\", 1);
+    odd.trashedPath = "/home/ann/.local/share/Trash/files/Caf\xc3\xa9 \xf0\x9f\x93\x81 \\/\t";
+    const std::vector<CleanupHistoryEntry> entries{CleanupHistoryEntry::make(
+        CleanupHistoryEntry::Kind::ProfileCleanup, "a\\/b \"c\" \\\\/ d\n\u00e9\U0001F4C1 end\\", 1, {odd})};
+    const QByteArray json = encodeHistory(entries);
+    EXPECT_TRUE(json.contains(R"(back\\\/slash \"q\"\\)")) << json.toStdString();
+    const auto decoded = decodeHistory(json);
+    ASSERT_TRUE(decoded.has_value());
+    EXPECT_EQ(*decoded, entries);
+}
+
 TEST(HistoryJson, OneBadValueFailsTheWholeFile)
 {
     const QByteArray good = QByteArray::fromStdString(readFile(kGolden));
