@@ -85,7 +85,10 @@ std::optional<qint64> MoveFileOperations::freeSpace(const fs::path &path) const
 
 qint64 MoveFileOperations::allocatedSize(const fs::path &path) const
 {
-    return platform::walkTree(path).allocatedBytes;
+    // The data itself, so that a copy compares equal on a fragmented drive.
+    platform::WalkOptions options;
+    options.dataExtents = true;
+    return platform::walkTree(path, options).allocatedBytes;
 }
 
 } // namespace tessoly

@@ -14,7 +14,7 @@ struct WalkedFile {
     std::size_t root = 0;          // index of the root it lies under
     const std::string &folder;     // the folder holding it
     std::string_view name;
-    qint64 allocatedBytes = 0;     // blocks * 512
+    qint64 allocatedBytes = 0;     // blocks * 512 (data extents with WalkOptions::dataExtents)
     qint64 logicalSize = 0;        // only with WalkOptions::fileDetails
     qint64 modifiedSeconds = 0;    // only with WalkOptions::fileDetails
     quint64 device = 0;            // only with WalkOptions::fileDetails
@@ -27,6 +27,12 @@ struct WalkOptions {
     int maxDepth = -1;         // deepest folder listed, the root being 0; -1: no limit
     unsigned threads = 0;      // 0: one per core
     bool fileDetails = false;  // fill size, time and identity of each file for onFile
+    // Count each file's data instead of its blocks: the bytes of its data
+    // extents, whole blocks, without the blocks the file system keeps for its
+    // own bookkeeping (an extent tree) and without holes. Two copies of the
+    // same data on file systems of one block size give the same number,
+    // however fragmented either is. For comparing a copy with its original.
+    bool dataExtents = false;
     // Asked of each folder before it is listed (from worker threads); true leaves it out.
     std::function<bool(const std::string &folder)> skipDescendants{};
     // Each regular file, from worker threads at the same time.

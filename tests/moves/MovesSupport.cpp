@@ -87,12 +87,14 @@ bool LoopDrive::makeFileSystem()
 {
     QStringList arguments;
     QString program;
-    if (m_fileSystem == "ext4") {
+    if (m_fileSystem == "ext4" || m_fileSystem == "ext4-1k") {
         program = "mkfs.ext4";
         arguments << "-q"
                   << "-F"
                   << "-b"
-                  << "4096"
+                  << (m_fileSystem == "ext4" ? "4096" : "1024")
+                  << "-i"
+                  << "4096" // an inode per block-sized file, so a test can fill a drive with small files
                   << "-E"
                   << "lazy_itable_init=1,nodiscard";
         if (!m_label.empty())
@@ -119,7 +121,8 @@ bool LoopDrive::mount(const std::string &options)
     if (!options.empty())
         all += "," + QString::fromStdString(options);
     const ProcessRun run
-        = runProcess("mount", {"-o", all, "-t", QString::fromStdString(m_fileSystem), q(m_image), q(m_mountPoint)});
+        = runProcess("mount", {"-o", all, "-t", QString::fromStdString(m_fileSystem == "ext4-1k" ? "ext4" : m_fileSystem),
+                                q(m_image), q(m_mountPoint)});
     m_mounted = run.exitCode == 0;
     if (!m_mounted && options.empty() && (m_fileSystem == "exfat" || m_fileSystem == "vfat"))
         m_mounted = mountThroughFuse();

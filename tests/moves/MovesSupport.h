@@ -37,7 +37,7 @@ private:
 // also when the test failed half way.
 class LoopDrive {
 public:
-    // fileSystem: "ext4", "vfat" or "exfat".
+    // fileSystem: "ext4", "ext4-1k" (ext4 with 1 KiB blocks), "vfat" or "exfat".
     LoopDrive(const std::filesystem::path &root, const std::string &name, const std::string &fileSystem, int megabytes,
         const std::string &label = {});
     ~LoopDrive();

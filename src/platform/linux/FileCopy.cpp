@@ -2,8 +2,10 @@
 
 #include "platform/PathText.h"
 #include "platform/AtomicFile.h"
+#include "platform/linux/DataExtents.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cerrno>
 #include <initializer_list>
 #include <dirent.h>
@@ -11,6 +13,7 @@
 #include <map>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #include <vector>
 
@@ -133,12 +136,110 @@ private:
             if (auto failure = copyEntry(source.get(), child, target.get(), child, std::string(relative).append("/").append(child)))
                 return failure;
         }
+        copyAttributes(source.get(), target.get());
         (void)::fchown(target.get(), st.st_uid, st.st_gid);
         if (::fchmod(target.get(), st.st_mode & 07777) != 0)
             return CopyFailure{errno, relative};
         const struct timespec times[2] = {st.st_atim, st.st_mtim};
         (void)::futimens(target.get(), times);
         return std::nullopt;
+    }
+
+    // Extended attributes (and with them ACLs) where the target's file
+    // system takes them; a file system without them, or an attribute only a
+    // privileged process may set, drops them without failing the copy.
+    static void copyAttributes(int source, int target)
+    {
+        ssize_t size = ::flistxattr(source, nullptr, 0);
+        if (size <= 0)
+            return;
+        std::vector<char> names(static_cast<std::size_t>(size));
+        size = ::flistxattr(source, names.data(), names.size());
+        if (size <= 0)
+            return;
+        std::vector<char> value;
+        for (const char *name = names.data(); name < names.data() + size; name += std::strlen(name) + 1) {
+            const ssize_t length = ::fgetxattr(source, name, nullptr, 0);
+            if (length < 0)
+                continue;
+            value.resize(static_cast<std::size_t>(length));
+            const ssize_t got = ::fgetxattr(source, name, value.data(), value.size());
+            if (got < 0)
+                continue;
+            (void)::fsetxattr(target, name, value.data(), static_cast<std::size_t>(got), 0);
+        }
+    }
+
+    // Copies a file hole for hole: only its data ranges are written, and the
+    // holes between them stay holes, so a disk image takes on the target what
+    // it takes here. Returns 0 or errno.
+    int copySparse(int source, int target, off_t size)
+    {
+        off_t offset = 0;
+        while (offset < size) {
+            off_t data = ::lseek(source, offset, SEEK_DATA);
+            if (data < 0) {
+                if (errno == ENXIO) // nothing but a hole is left
+                    break;
+                if (offset == 0 && (errno == EINVAL || errno == EOPNOTSUPP))
+                    return copyData(source, target); // a file system that can't map its files
+                return errno;
+            }
+            const off_t hole = ::lseek(source, data, SEEK_HOLE);
+            if (hole < 0)
+                return errno;
+            if (const int error = copyRange(source, target, data, hole - data); error != 0)
+                return error;
+            offset = hole;
+        }
+        return ::ftruncate(target, size) == 0 ? 0 : errno;
+    }
+
+    // One range at the same offset in both files: in the kernel where it
+    // can, otherwise through a buffer. Returns 0 or errno.
+    int copyRange(int source, int target, off_t start, off_t length)
+    {
+        loff_t in = start;
+        loff_t out = start;
+        off_t left = length;
+        if (m_mode == Mode::CopyFileRange) {
+            while (left > 0) {
+                const ssize_t copied = ::copy_file_range(source, &in, target, &out, static_cast<std::size_t>(left), 0);
+                if (copied > 0) {
+                    left -= copied;
+                    continue;
+                }
+                if (copied == 0)
+                    return EIO; // the file shrank under us
+                if (errno == EINTR)
+                    continue;
+                if (errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
+                    return errno;
+                m_mode = Mode::SendFile; // the kernel won't copy between these two: do it by hand
+                break;
+            }
+        }
+        std::vector<char> buffer(static_cast<std::size_t>(std::min<off_t>(left, off_t{1} << 20)));
+        while (left > 0) {
+            const ssize_t got = ::pread(source, buffer.data(), static_cast<std::size_t>(std::min<off_t>(left, static_cast<off_t>(buffer.size()))), in);
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                return got == 0 ? EIO : errno;
+            for (ssize_t written = 0; written < got;) {
+                const ssize_t put = ::pwrite(target, buffer.data() + written, static_cast<std::size_t>(got - written), out);
+                if (put < 0) {
+                    if (errno == EINTR)
+                        continue;
+                    return errno;
+                }
+                written += put;
+                out += put;
+            }
+            in += got;
+            left -= got;
+        }
+        return 0;
     }
 
     std::optional<CopyFailure> copySymlink(int sourceDir, const fs::path &name, const struct stat &st, int targetDir,
@@ -178,8 +279,11 @@ private:
         Fd target(::openat(targetDir, targetName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
         if (!target.ok())
             return CopyFailure{errno, relative};
-        if (const int error = copyData(source.get(), target.get()); error != 0)
+        const bool dense = isDenseFile(static_cast<qint64>(st.st_blocks) * 512, st.st_size, st.st_blksize);
+        if (const int error = dense ? copyData(source.get(), target.get()) : copySparse(source.get(), target.get(), st.st_size);
+            error != 0)
             return CopyFailure{error, relative};
+        copyAttributes(source.get(), target.get());
         (void)::fchown(target.get(), st.st_uid, st.st_gid);
         if (::fchmod(target.get(), st.st_mode & 07777) != 0)
             return CopyFailure{errno, relative};

@@ -1,7 +1,10 @@
 #include "platform/FileWalker.h"
 
+#include "platform/linux/DataExtents.h"
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <condition_variable>
 #include <dirent.h>
 #include <fcntl.h>
@@ -17,6 +20,24 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
+
+// A file's data bytes (see WalkOptions::dataExtents): its blocks when it is
+// dense, else its mapped data ranges; its blocks when it can't be opened.
+qint64 dataExtentBytes(int folder, const char *name, const struct statx &st)
+{
+    const auto blocks = static_cast<qint64>(st.stx_blocks) * 512;
+    const auto size = static_cast<qint64>(st.stx_size);
+    if (isDenseFile(blocks, size, st.stx_blksize))
+        return blocks;
+    int fd = ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NOATIME);
+    if (fd < 0 && errno == EPERM) // O_NOATIME is only for the file's owner
+        fd = ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        return blocks;
+    const qint64 mapped = mappedDataBytes(fd, size);
+    ::close(fd);
+    return mapped >= 0 ? mapped : blocks;
+}
 
 struct Job {
     std::string folder;
@@ -107,8 +128,9 @@ private:
             return;
         WalkTotals &totals = m_totals[job.root];
         ++totals.folders;
-        const unsigned mask = m_options.fileDetails ? (STATX_TYPE | STATX_BLOCKS | STATX_SIZE | STATX_MTIME | STATX_INO)
-                                                    : (STATX_TYPE | STATX_BLOCKS);
+        const unsigned mask = m_options.fileDetails || m_options.dataExtents
+            ? (STATX_TYPE | STATX_BLOCKS | STATX_SIZE | STATX_MTIME | STATX_INO)
+            : (STATX_TYPE | STATX_BLOCKS);
         for (;;) {
             const ssize_t got = ::getdents64(fd, m_buffer.get(), kBufferSize);
             if (got <= 0)
@@ -136,7 +158,8 @@ private:
                         continue;
                     if (!S_ISREG(st.stx_mode)) // replaced since it was listed
                         continue;
-                    const auto bytes = static_cast<qint64>(st.stx_blocks) * 512;
+                    const auto bytes = m_options.dataExtents ? dataExtentBytes(fd, entry->d_name, st)
+                                                             : static_cast<qint64>(st.stx_blocks) * 512;
                     totals.allocatedBytes += bytes;
                     ++totals.files;
                     if (m_options.onFile) {
@@ -187,10 +210,12 @@ std::vector<WalkTotals> walkTrees(const std::vector<fs::path> &roots, const Walk
     std::vector<Job> seeds;
     for (std::size_t i = 0; i < roots.size(); ++i) {
         struct statx st{};
-        if (::statx(AT_FDCWD, roots[i].c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_BLOCKS, &st) != 0)
+        if (::statx(AT_FDCWD, roots[i].c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
+                    STATX_TYPE | STATX_BLOCKS | STATX_SIZE, &st) != 0)
             continue;
         if (S_ISREG(st.stx_mode)) {
-            totals[i].allocatedBytes = static_cast<qint64>(st.stx_blocks) * 512;
+            totals[i].allocatedBytes = options.dataExtents ? dataExtentBytes(AT_FDCWD, roots[i].c_str(), st)
+                                                           : static_cast<qint64>(st.stx_blocks) * 512;
             totals[i].files = 1;
         } else if (S_ISDIR(st.stx_mode)) {
             if (!options.skipDescendants || !options.skipDescendants(roots[i].native()))
