@@ -1,5 +1,6 @@
 #include "application/TessolyApp.h"
 
+#include "analysis/DiskForecast.h"
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryModel.h"
 #include "cleaning/CleanupHistoryStore.h"
@@ -17,6 +18,8 @@
 #include "moves/OffloadScanner.h"
 #include "moves/SymlinkInventory.h"
 #include "platform/FolderWatcher.h"
+#include "recommendations/EasyCleanFlow.h"
+#include "recommendations/SmartScanService.h"
 #include "platform/Prompter.h"
 #include "platform/Platform.h"
 
@@ -28,15 +31,20 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     , m_history(history != nullptr ? history : &CleanupHistoryStore::shared())
 {
     const std::filesystem::path home = m_platform->locations->home();
+    // The long-lived services, in their fixed order.
     m_scanner = new DiskScanner(home, *m_platform->volumes, *m_platform->trash, this);
+    m_drives = new ExternalDriveManager(*m_platform->mounts, this);
     m_onboarding = new OnboardingState(this);
     m_settings = new SettingsStore(*m_platform->defaults, this);
-    m_maintenance = new MaintenanceService(home, *m_platform->volumes, *m_platform->processes, m_platform->snapshotTool, this);
-    m_drives = new ExternalDriveManager(*m_platform->mounts, this);
+    m_forecast = new DiskForecast(*m_platform->defaults, {}, this);
+    m_forecast->load();
     m_decliningPrompter = std::make_unique<platform::DecliningPrompter>();
     m_destinations = new ExternalDestinationStore(*m_platform->defaults, *m_decliningPrompter, *m_platform->revealer, this);
+    m_maintenance = new MaintenanceService(home, *m_platform->volumes, *m_platform->processes, m_platform->snapshotTool, this);
     m_moveOperations = std::make_unique<MoveFileOperations>(*m_platform->trash, *m_platform->volumes);
     m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history);
+    m_smartScan = new SmartScanService(
+        *m_platform, {*m_scanner, *m_drives, *m_forecast, *m_destinations, *m_moveOperations, *m_history}, this);
     // Screen-level objects.
     m_cleanup = new CleanupService(home, *m_platform->trash, *m_history, this);
     m_hiddenSpace = new HiddenSpaceCard(*m_maintenance, *m_scanner, this);
@@ -44,6 +52,7 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_inventory = new SymlinkInventory(*m_history, *m_moveOperations, *m_destinations, home, this);
     m_offload = new OffloadScanner(home, this);
     m_moveSuggestions = new MoveSuggestions(home, this);
+    m_easyClean = new EasyCleanFlow(*m_scanner, *m_smartScan, *m_maintenance, this);
     m_moveController = new MoveController(*m_drives, *m_destinations, *m_mover, *m_platform->defaults, homePath(), this);
 }
 
@@ -73,6 +82,7 @@ void TessolyApp::followSharedFiles()
             return;
         m_settings->reload();
         m_destinations->reload();
+        m_forecast->load();
     });
 }
 
@@ -81,6 +91,11 @@ void TessolyApp::start()
     m_scanner->refreshVolumeInfo();
     if (!m_platform->defaults->boolValue(QString::fromLatin1(OnboardingState::kCompletedKey)).value_or(false))
         m_onboarding->setShowing(true);
+}
+
+void TessolyApp::revealTrash()
+{
+    m_platform->revealer->reveal(m_platform->trash->homeTrashFiles());
 }
 
 void TessolyApp::reveal(const QString &path)

@@ -22,7 +22,10 @@ class CleanupService;
 class HiddenSpaceCard;
 class MaintenanceService;
 class CleanupHistoryStore;
+class DiskForecast;
 class DiskScanner;
+class EasyCleanFlow;
+class SmartScanService;
 class OnboardingState;
 class SettingsStore;
 
@@ -42,6 +45,10 @@ public:
     [[nodiscard]] platform::Platform &platform() const { return *m_platform; }
     [[nodiscard]] DiskScanner *scanner() const { return m_scanner; }
     [[nodiscard]] OnboardingState *onboarding() const { return m_onboarding; }
+    [[nodiscard]] DiskForecast *forecast() const { return m_forecast; }
+    [[nodiscard]] SmartScanService *smartScan() const { return m_smartScan; }
+    // The one-button flow of the Easy screen and `tessoly easy-clean`.
+    [[nodiscard]] EasyCleanFlow *easyClean() const { return m_easyClean; }
     [[nodiscard]] SettingsStore *settings() const { return m_settings; }
     [[nodiscard]] CleanupHistoryStore &history() const { return *m_history; }
     [[nodiscard]] CleanupHistoryModel *historyModel() const { return m_historyModel; }
@@ -71,6 +78,8 @@ public:
     // The window's start task: fresh figures, then the tour on first launch.
     Q_INVOKABLE void start();
     Q_INVOKABLE void reveal(const QString &path);
+    // Shows the folder the user sees as the Trash.
+    Q_INVOKABLE void revealTrash();
 
 private:
     std::unique_ptr<platform::Platform> m_platform;
@@ -81,6 +90,9 @@ private:
     // Services, in construction order; all are children of this object.
     DiskScanner *m_scanner = nullptr;
     OnboardingState *m_onboarding = nullptr;
+    DiskForecast *m_forecast = nullptr;
+    SmartScanService *m_smartScan = nullptr;
+    EasyCleanFlow *m_easyClean = nullptr;
     SettingsStore *m_settings = nullptr;
     MaintenanceService *m_maintenance = nullptr;
     CleanupService *m_cleanup = nullptr;

@@ -2,6 +2,7 @@
 
 #include "cleaning/CleanupHistoryStore.h"
 #include "platform/FileWalker.h"
+#include "platform/Locations.h"
 #include "platform/PathText.h"
 #include "platform/Trash.h"
 
@@ -22,10 +23,8 @@ CleanupService::CleanupService(fs::path home, platform::Trash &trash, CleanupHis
 
 fs::path CleanupService::resolve(const CleanupTarget &target, const fs::path &home)
 {
-    const std::string path = target.path.toStdString();
-    if (target.path.startsWith(QLatin1Char('/')))
-        return path;
-    return home / path;
+    // The catalogue names folders as they are on a Mac; the platform says where that data lives here.
+    return platform::locate(target.path.toStdString(), home);
 }
 
 CleanupTargetState CleanupService::measureTarget(const CleanupTarget &target, const fs::path &home)

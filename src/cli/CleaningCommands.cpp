@@ -9,6 +9,7 @@
 #include "core/RelativeTime.h"
 #include "cli/CommandLine.h"
 #include "platform/PathText.h"
+#include "platform/Platform.h"
 #include "core/SettingsStore.h"
 #include "application/TessolyApp.h"
 
@@ -18,11 +19,13 @@
 namespace tessoly {
 namespace {
 
-QJsonObject targetJson(const CleanupTarget &target)
+// A target with the folder it names on this system ("location").
+QJsonObject targetJson(const CleanupTarget &target, const std::filesystem::path &home)
 {
     return {{QStringLiteral("id"), target.id},
             {QStringLiteral("name"), target.name},
             {QStringLiteral("path"), target.path},
+            {QStringLiteral("location"), pathToText(CleanupService::resolve(target, home))},
             {QStringLiteral("safety"), rawValue(target.safety)},
             {QStringLiteral("description"), target.description}};
 }
@@ -54,12 +57,13 @@ QString profileNames()
 
 int CommandLine::profiles(const Parsed &parsed)
 {
+    const std::filesystem::path home = m_app.platform().locations->home();
     if (parsed.flag("--json")) {
         QJsonArray list;
         for (const CleanupProfile profile : allCleanupProfiles) {
             QJsonArray rows;
             for (const CleanupTarget &target : targets(profile))
-                rows.append(targetJson(target));
+                rows.append(targetJson(target, home));
             list.append(QJsonObject{{QStringLiteral("id"), rawValue(profile)},
                                     {QStringLiteral("name"), displayName(profile)},
                                     {QStringLiteral("tagline"), tagline(profile)},
@@ -72,7 +76,7 @@ int CommandLine::profiles(const Parsed &parsed)
         m_out << displayName(profile) << " (" << rawValue(profile) << ") — " << tagline(profile) << "\n";
         for (const CleanupTarget &target : targets(profile)) {
             m_out << "  " << target.id.leftJustified(22) << " " << target.name << " · " << label(target.safety)
-                  << "\n      ~/" << target.path << "\n";
+                  << "\n      " << abbreviateHome(displayPath(CleanupService::resolve(target, home)), displayPath(home)) << "\n";
         }
     }
     return 0;
@@ -98,7 +102,7 @@ QCoro::Task<int> CommandLine::measure(Parsed parsed)
     QJsonArray rows;
     for (const CleanupTarget &target : *list) {
         const CleanupTargetState state = cleanup.states().value(target.id);
-        QJsonObject row = targetJson(target);
+        QJsonObject row = targetJson(target, m_app.platform().locations->home());
         row.insert(QStringLiteral("bytes"), state.bytes);
         row.insert(QStringLiteral("items"), state.childCount);
         row.insert(QStringLiteral("present"), state.exists);

@@ -65,6 +65,11 @@ QString CommandLine::usage()
         "                       copy a moved item back in place of its symlink\n"
         "  offload              big folders nothing has touched in 6+ months\n"
         "  suggestions          known heavy developer and media folders worth moving\n"
+        "  smart-scan [--apply <rank>[,<rank>...]] [--yes]\n"
+        "                       ranked recommendations with sizes, risk and what each does; --apply\n"
+        "                       applies cards by their rank (--yes grants a drive's top folder for moves)\n"
+        "  easy-clean           the one-button clean: every safe cache card, then hidden space, and\n"
+        "                       what the disk really gained\n"
         "  settings [<key> [<value>]]\n"
         "                       list the settings, show one, or change one (true/false, a number or a word)\n"
         "  help                 this text\n"
@@ -82,7 +87,8 @@ int CommandLine::usageError(const QString &message)
 QCoro::Task<int> CommandLine::run(QStringList arguments)
 {
     static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete"), QStringLiteral("--yes")};
-    static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes"), QStringLiteral("--to")};
+    static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes"), QStringLiteral("--to"),
+                                      QStringLiteral("--apply")};
     Parsed parsed;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString &argument = arguments.at(i);
@@ -128,6 +134,8 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         {"offload", 0, 0, "offload [--json]", {"--json"}},
         {"suggestions", 0, 0, "suggestions [--json]", {"--json"}},
         {"settings", 0, 2, "settings [<key> [<value>]] [--json]", {"--json"}},
+        {"smart-scan", 0, 0, "smart-scan [--apply <rank>[,<rank>...]] [--yes] [--json]", {"--json", "--apply", "--yes"}},
+        {"easy-clean", 0, 0, "easy-clean [--json]", {"--json"}},
     };
     const Shape *shape = nullptr;
     for (const Shape &candidate : shapes) {
@@ -177,6 +185,10 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         code = co_await suggestions(parsed);
     else if (parsed.command == QLatin1String("settings"))
         code = settings(parsed);
+    else if (parsed.command == QLatin1String("smart-scan"))
+        code = co_await smartScan(parsed);
+    else if (parsed.command == QLatin1String("easy-clean"))
+        code = co_await easyClean(parsed);
     m_out.flush();
     m_err.flush();
     co_return code;

@@ -43,6 +43,8 @@ private:
     QCoro::Task<int> offload(Parsed parsed);
     QCoro::Task<int> suggestions(Parsed parsed);
     int settings(const Parsed &parsed);
+    QCoro::Task<int> smartScan(Parsed parsed);
+    QCoro::Task<int> easyClean(Parsed parsed);
     int usageError(const QString &message);
     void printJson(const QJsonValue &value);
     void showProgress(const QString &line);

@@ -11,7 +11,7 @@
 #include "moves/MoveController.h"
 #include "moves/OffloadScanner.h"
 #include "moves/SymlinkInventory.h"
-#include "platform/Prompter.h"
+#include "cli/TerminalPrompter.h"
 
 #include <QCoroFuture>
 #include <QJsonArray>
@@ -23,47 +23,6 @@ namespace tessoly {
 namespace fs = std::filesystem;
 
 namespace {
-
-// The grant panel as a question on the terminal; with --yes the top folder
-// of the drive is granted without asking. Alerts are printed.
-class TerminalPrompter final : public platform::Prompter {
-public:
-    TerminalPrompter(QTextStream &err, bool yes)
-        : m_err(err)
-        , m_yes(yes)
-    {
-    }
-
-    QCoro::Task<std::optional<fs::path>> chooseFolder(platform::OpenPanelRequest request) override
-    {
-        if (m_yes)
-            co_return request.directory;
-        m_err << request.title << "\n" << request.message << "\n"
-              << "Folder to allow (Enter for " << pathToText(request.directory) << ", “n” to cancel): ";
-        m_err.flush();
-        char buffer[4096];
-        if (std::fgets(buffer, sizeof buffer, stdin) == nullptr)
-            co_return std::nullopt;
-        const QString answer = QString::fromLocal8Bit(buffer).trimmed();
-        if (answer.isEmpty())
-            co_return request.directory;
-        if (answer.compare(QLatin1String("n"), Qt::CaseInsensitive) == 0
-            || answer.compare(QLatin1String("no"), Qt::CaseInsensitive) == 0)
-            co_return std::nullopt;
-        co_return textToPath(answer);
-    }
-
-    QCoro::Task<int> alert(platform::AlertRequest request) override
-    {
-        m_err << request.title << "\n" << request.text << "\n";
-        m_err.flush();
-        co_return static_cast<int>(request.buttons.size()) - 1;
-    }
-
-private:
-    QTextStream &m_err;
-    bool m_yes;
-};
 
 QJsonObject driveJson(const ExternalDrive &drive)
 {

@@ -3,6 +3,7 @@
 #include "platform/PathText.h"
 #include "platform/AtomicFile.h"
 #include "platform/FileWalker.h"
+#include "platform/Locations.h"
 
 #include <QCoroFuture>
 #include <QXmlStreamReader>
@@ -113,7 +114,7 @@ std::vector<OffloadCandidate> OffloadScanner::findCandidates(const fs::path &hom
                 found.push_back(std::move(*candidate));
     };
     for (const char *top : {"Documents", "Desktop", "Downloads", "Movies", "Music", "Pictures"})
-        for (const fs::path &child : platform::listVisibleEntries(home / top))
+        for (const fs::path &child : platform::listVisibleEntries(platform::locate(top, home)))
             consider(child, QString::fromLatin1(top), pathToText(child.filename()));
     for (const fs::path &backup : platform::listVisibleEntries(home / "Library/Application Support/MobileSync/Backup"))
         consider(backup, QStringLiteral("iPhone backup"), backupName(backup).value_or(pathToText(backup.filename())));
@@ -196,13 +197,14 @@ std::vector<MoveSuggestions::Suggestion> MoveSuggestions::findSuggestions(const 
 {
     std::vector<Suggestion> found;
     for (const Candidate &candidate : candidates) {
-        const fs::path url = home / candidate.path;
-        struct stat st{};
-        if (::lstat(url.c_str(), &st) != 0 || S_ISLNK(st.st_mode))
-            continue;
-        const qint64 bytes = platform::walkTree(url).allocatedBytes;
-        if (bytes >= minimumBytes)
-            found.push_back(Suggestion{QUuid::createUuid(), url, bytes, QString::fromUtf8(candidate.label)});
+        for (const fs::path &url : platform::locateAll(candidate.path, home)) {
+            struct stat st{};
+            if (::lstat(url.c_str(), &st) != 0 || S_ISLNK(st.st_mode))
+                continue;
+            const qint64 bytes = platform::walkTree(url).allocatedBytes;
+            if (bytes >= minimumBytes)
+                found.push_back(Suggestion{QUuid::createUuid(), url, bytes, QString::fromUtf8(candidate.label)});
+        }
     }
     std::stable_sort(found.begin(), found.end(), [](const Suggestion &a, const Suggestion &b) { return a.bytes > b.bytes; });
     return found;

@@ -12,6 +12,8 @@
 #include "moves/MoveController.h"
 #include "moves/OffloadScanner.h"
 #include "moves/SymlinkInventory.h"
+#include "recommendations/EasyCleanFlow.h"
+#include "recommendations/SmartScanService.h"
 #include "ui/DialogPrompter.h"
 
 #include <QObject>
@@ -41,6 +43,8 @@ class Services : public QObject {
     Q_PROPERTY(tessoly::OffloadScanner *offload READ offload CONSTANT)
     Q_PROPERTY(tessoly::MoveController *moveSheet READ moveSheet CONSTANT)
     Q_PROPERTY(tessoly::DialogPrompter *prompter READ prompter CONSTANT)
+    Q_PROPERTY(tessoly::SmartScanService *smartScan READ smartScan CONSTANT)
+    Q_PROPERTY(tessoly::EasyCleanFlow *easyClean READ easyClean CONSTANT)
     Q_PROPERTY(QString homePath READ homePath CONSTANT)
 
 public:
@@ -61,9 +65,13 @@ public:
     [[nodiscard]] OffloadScanner *offload() const { return m_app->offload(); }
     [[nodiscard]] MoveController *moveSheet() const { return m_app->moveController(); }
     [[nodiscard]] DialogPrompter *prompter() const { return m_prompter; }
+    [[nodiscard]] SmartScanService *smartScan() const { return m_app->smartScan(); }
+    [[nodiscard]] EasyCleanFlow *easyClean() const { return m_app->easyClean(); }
     [[nodiscard]] QString homePath() const { return m_app->homePath(); }
 
     Q_INVOKABLE void reveal(const QString &path) { m_app->reveal(path); }
+    // "Show me the Trash".
+    Q_INVOKABLE void revealTrash() { m_app->revealTrash(); }
 
 private:
     explicit Services(TessolyApp &app);
@@ -152,6 +160,16 @@ struct OffloadScannerForeign {
 struct MoveControllerForeign {
     Q_GADGET
     QML_FOREIGN(tessoly::MoveController)
+    QML_ANONYMOUS
+};
+struct SmartScanServiceForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::SmartScanService)
+    QML_ANONYMOUS
+};
+struct EasyCleanFlowForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::EasyCleanFlow)
     QML_ANONYMOUS
 };
 struct CleanupHistoryModelForeign {

@@ -23,6 +23,8 @@ TempHome::TempHome()
     ::setenv("HOME", m_path.c_str(), 1);
     ::setenv("XDG_DATA_HOME", dataHome().c_str(), 1);
     ::setenv("XDG_CONFIG_HOME", (m_path / ".config").c_str(), 1);
+    ::setenv("XDG_CACHE_HOME", (m_path / ".cache").c_str(), 1);
+    ::setenv("XDG_STATE_HOME", (m_path / ".local/state").c_str(), 1);
 }
 
 TempHome::~TempHome()

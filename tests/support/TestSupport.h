@@ -9,7 +9,7 @@
 
 namespace tessoly::test {
 
-// A temporary home folder: HOME, XDG_DATA_HOME and XDG_CONFIG_HOME point
+// A temporary home folder: HOME and the XDG_*_HOME variables point
 // into it for the object's life, and it is removed afterwards.
 class TempHome {
 public:
@@ -20,6 +20,7 @@ public:
 
     [[nodiscard]] const std::filesystem::path &path() const { return m_path; }
     [[nodiscard]] std::filesystem::path dataHome() const { return m_path / ".local/share"; }
+    [[nodiscard]] std::filesystem::path cacheHome() const { return m_path / ".cache"; }
     [[nodiscard]] std::filesystem::path trash() const { return dataHome() / "Trash"; }
     [[nodiscard]] std::filesystem::path historyFile() const { return dataHome() / "com.tessoly.app/history.json"; }
     [[nodiscard]] std::filesystem::path defaultsFile() const { return m_path / ".config/com.tessoly.app/defaults.json"; }

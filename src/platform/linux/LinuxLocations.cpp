@@ -1,16 +1,22 @@
 #include "platform/linux/LinuxLocations.h"
 
+#include <array>
 #include <cstdlib>
+#include <fstream>
+#include <optional>
 #include <pwd.h>
+#include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tessoly::platform {
+namespace fs = std::filesystem;
 namespace {
 
 constexpr const char *kAppFolder = "com.tessoly.app";
 
 // An XDG variable counts only when it holds an absolute path.
-std::filesystem::path xdgOr(const char *variable, const std::filesystem::path &fallback)
+fs::path xdgOr(const char *variable, const fs::path &fallback)
 {
     const char *value = std::getenv(variable);
     if (value != nullptr && value[0] == '/')
@@ -18,9 +24,86 @@ std::filesystem::path xdgOr(const char *variable, const std::filesystem::path &f
     return fallback;
 }
 
+// The base folders the table's rows hang from.
+enum class Base { Home, Cache, Data, UserDir };
+
+struct Place {
+    Base base;
+    const char *path;
+};
+
+struct Row {
+    std::string_view name;
+    std::array<Place, 2> places; // second entry with path == nullptr when unused
+};
+
+// Where each named location's data lives on Linux. Names not listed here
+// are taken as they stand under the home folder (or as absolute paths).
+constexpr Row kTable[] = {
+    // Catalogue folders.
+    {"Library/Caches/CocoaPods", {{{Base::Cache, "CocoaPods"}, {Base::Home, nullptr}}}},
+    {"Library/Caches/Google", {{{Base::Cache, "Google"}, {Base::Home, nullptr}}}},
+    {"Library/Caches/Yarn", {{{Base::Cache, "yarn"}, {Base::Home, nullptr}}}},
+    {"Library/pnpm/store", {{{Base::Data, "pnpm/store"}, {Base::Home, nullptr}}}},
+    {"Library/Caches/Homebrew", {{{Base::Cache, "Homebrew"}, {Base::Home, nullptr}}}},
+    {"Library/Caches/Google/Chrome", {{{Base::Cache, "google-chrome"}, {Base::Home, nullptr}}}},
+    {"Library/Caches/Firefox", {{{Base::Cache, "mozilla/firefox"}, {Base::Home, nullptr}}}},
+    {"Library/Caches/com.apple.QuickLook.thumbnailcache", {{{Base::Cache, "thumbnails"}, {Base::Home, nullptr}}}},
+    // Move suggestions.
+    {"AndroidSDK", {{{Base::Home, "AndroidSDK"}, {Base::Home, "Android/Sdk"}}}},
+    // Personal folders: the XDG user directories.
+    {"Desktop", {{{Base::UserDir, "XDG_DESKTOP_DIR"}, {Base::Home, nullptr}}}},
+    {"Documents", {{{Base::UserDir, "XDG_DOCUMENTS_DIR"}, {Base::Home, nullptr}}}},
+    {"Downloads", {{{Base::UserDir, "XDG_DOWNLOAD_DIR"}, {Base::Home, nullptr}}}},
+    {"Movies", {{{Base::UserDir, "XDG_VIDEOS_DIR"}, {Base::Home, nullptr}}}},
+    {"Music", {{{Base::UserDir, "XDG_MUSIC_DIR"}, {Base::Home, nullptr}}}},
+    {"Pictures", {{{Base::UserDir, "XDG_PICTURES_DIR"}, {Base::Home, nullptr}}}},
+};
+
+fs::path configHomeOf(const fs::path &home)
+{
+    return xdgOr("XDG_CONFIG_HOME", home / ".config");
+}
+
+// One directory of user-dirs.dirs ("$HOME/Videos" or an absolute path); a
+// directory set to the home folder itself means "not used".
+std::optional<fs::path> userDir(const char *variable, const fs::path &home)
+{
+    std::ifstream file(configHomeOf(home) / "user-dirs.dirs");
+    std::string line;
+    const std::string prefix = std::string(variable) + "=\"";
+    while (std::getline(file, line)) {
+        if (!line.starts_with(prefix) || line.size() < prefix.size() + 1 || line.back() != '"')
+            continue;
+        std::string value = line.substr(prefix.size(), line.size() - prefix.size() - 1);
+        fs::path path;
+        if (value.starts_with("$HOME/"))
+            path = home / value.substr(6);
+        else if (value.starts_with('/'))
+            path = value;
+        else
+            return std::nullopt;
+        if (path.lexically_normal() == home.lexically_normal() || value == "$HOME/")
+            return std::nullopt;
+        return path;
+    }
+    return std::nullopt;
+}
+
+fs::path placeOf(const Place &place, std::string_view name, const fs::path &home)
+{
+    switch (place.base) {
+    case Base::Home: return home / place.path;
+    case Base::Cache: return cacheHome(home) / place.path;
+    case Base::Data: return xdgOr("XDG_DATA_HOME", home / ".local/share") / place.path;
+    case Base::UserDir: return userDir(place.path, home).value_or(home / std::string(name));
+    }
+    return home / std::string(name);
+}
+
 } // namespace
 
-std::filesystem::path LinuxLocations::home() const
+fs::path LinuxLocations::home() const
 {
     const char *value = std::getenv("HOME");
     if (value != nullptr && value[0] == '/')
@@ -30,24 +113,56 @@ std::filesystem::path LinuxLocations::home() const
     return "/";
 }
 
-std::filesystem::path LinuxLocations::dataHome()
+fs::path LinuxLocations::dataHome()
 {
     return xdgOr("XDG_DATA_HOME", LinuxLocations().home() / ".local/share");
 }
 
-std::filesystem::path LinuxLocations::configHome()
+fs::path LinuxLocations::configHome()
 {
-    return xdgOr("XDG_CONFIG_HOME", LinuxLocations().home() / ".config");
+    return configHomeOf(LinuxLocations().home());
 }
 
-std::filesystem::path LinuxLocations::applicationSupport() const
+fs::path LinuxLocations::applicationSupport() const
 {
     return dataHome() / kAppFolder;
 }
 
-std::filesystem::path LinuxLocations::preferences() const
+fs::path LinuxLocations::preferences() const
 {
     return configHome() / kAppFolder;
+}
+
+fs::path cacheHome(const fs::path &home)
+{
+    return xdgOr("XDG_CACHE_HOME", home / ".cache");
+}
+
+std::vector<fs::path> locateAll(std::string_view name, const fs::path &home)
+{
+    for (const Row &row : kTable) {
+        if (row.name != name)
+            continue;
+        std::vector<fs::path> places;
+        for (const Place &place : row.places)
+            if (place.path != nullptr)
+                places.push_back(placeOf(place, name, home));
+        return places;
+    }
+    if (name.starts_with('/'))
+        return {fs::path(name)};
+    return {home / fs::path(name)};
+}
+
+fs::path locate(std::string_view name, const fs::path &home)
+{
+    const std::vector<fs::path> places = locateAll(name, home);
+    for (const fs::path &place : places) {
+        struct stat st{};
+        if (::lstat(place.c_str(), &st) == 0)
+            return place;
+    }
+    return places.front();
 }
 
 } // namespace tessoly::platform
