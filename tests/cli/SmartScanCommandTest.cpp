@@ -1,0 +1,132 @@
+// The command line on a Linux desktop's own caches: where each catalogue
+// folder lives here, Smart Scan's cards and applying them by rank, and the
+// one-button clean, each as a real child process.
+#include "TestSupport.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+using namespace tessoly;
+using namespace tessoly::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr qint64 GiB = 1'073'741'824;
+
+ProcessRun runTessoly(const QStringList &arguments)
+{
+    return runProcess(QStringLiteral(TESSOLY_BINARY), arguments);
+}
+
+void allocate(const fs::path &file, qint64 bytes)
+{
+    fs::create_directories(file.parent_path());
+    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::posix_fallocate(fd, 0, bytes), 0);
+    ::close(fd);
+}
+
+QJsonObject targetIn(const QJsonArray &targets, const QString &id)
+{
+    for (const QJsonValue &value : targets)
+        if (value.toObject().value("id").toString() == id)
+            return value.toObject();
+    return {};
+}
+
+} // namespace
+
+TEST(LinuxLocations, BrowserCachesUnderXdgCacheHomeAreMeasuredAndCleaned)
+{
+    TempHome home;
+    const fs::path elsewhere = home.path() / "fast-disk/cache";
+    ::setenv("XDG_CACHE_HOME", elsewhere.c_str(), 1);
+    writeFile(elsewhere / "google-chrome/Default/Cache/Cache_Data/data_0", std::string(50000, 'c'));
+    writeFile(elsewhere / "mozilla/firefox/abc.default-release/cache2/entries/E1", std::string(30000, 'f'));
+
+    const ProcessRun profiles = runTessoly({"profiles"});
+    EXPECT_NE(profiles.out.indexOf("~/fast-disk/cache/google-chrome"), -1) << profiles.out.toStdString();
+    EXPECT_NE(profiles.out.indexOf("~/Library/Caches/com.apple.Safari"), -1);
+
+    const ProcessRun measured = runTessoly({"measure", "generalUser", "--json"});
+    ASSERT_EQ(measured.exitCode, 0) << measured.err.toStdString();
+    const QJsonArray targets = QJsonDocument::fromJson(measured.out).object().value("targets").toArray();
+    const QJsonObject chrome = targetIn(targets, "user.chrome");
+    EXPECT_EQ(chrome.value("location").toString(), QString::fromStdString((elsewhere / "google-chrome").native()));
+    EXPECT_EQ(chrome.value("path").toString(), "Library/Caches/Google/Chrome");
+    EXPECT_GE(chrome.value("bytes").toInteger(), 50000);
+    EXPECT_GE(targetIn(targets, "user.firefox").value("bytes").toInteger(), 30000);
+    EXPECT_FALSE(targetIn(targets, "user.safari").value("present").toBool());
+    const ProcessRun words = runTessoly({"measure", "generalUser"});
+    EXPECT_NE(words.out.indexOf(QByteArray("Safari cache                       Not present")), -1) << words.out.toStdString();
+
+    const ProcessRun cleaned = runTessoly({"clean", "generalUser", "--only", "user.chrome,user.firefox"});
+    ASSERT_EQ(cleaned.exitCode, 0) << cleaned.err.toStdString();
+    EXPECT_TRUE(fs::is_empty(elsewhere / "google-chrome"));
+    EXPECT_TRUE(fs::is_empty(elsewhere / "mozilla/firefox"));
+    EXPECT_TRUE(fs::exists(home.trash() / "files/Default/Cache/Cache_Data/data_0"));
+    EXPECT_TRUE(fs::exists(home.trash() / "files/abc.default-release/cache2/entries/E1"));
+    ::setenv("XDG_CACHE_HOME", home.cacheHome().c_str(), 1);
+}
+
+TEST(SmartScanCommand, ListsRankedCardsAndAppliesThemByRank)
+{
+    TempHome home;
+    allocate(home.cacheHome() / "google-chrome/Default/Cache/data", GiB + (300 << 20));
+    allocate(home.path() / ".npm/_cacache/blob", GiB + (100 << 20));
+    allocate(home.path() / ".android/avd/Pixel.avd/snapshots/default_boot/ram.img", 2 * GiB); // caution
+
+    const ProcessRun listed = runTessoly({"smart-scan", "--json"});
+    ASSERT_EQ(listed.exitCode, 0) << listed.err.toStdString();
+    const QJsonArray cards = QJsonDocument::fromJson(listed.out).object().value("recommendations").toArray();
+    ASSERT_EQ(cards.size(), 3) << listed.out.toStdString();
+    // Chrome 1.4 GB and npm 1.2 GB are safe; the caution 2.1 GB card scores 1.5 GB.
+    EXPECT_TRUE(cards[0].toObject().value("title").toString().startsWith("Clear Android Virtual Device snapshots — "));
+    EXPECT_EQ(cards[0].toObject().value("risk").toString(), "caution");
+    EXPECT_TRUE(cards[1].toObject().value("title").toString().startsWith("Clear Chrome cache — "));
+    EXPECT_EQ(cards[2].toObject().value("rank").toInt(), 3);
+
+    const ProcessRun text = runTessoly({"smart-scan"});
+    EXPECT_TRUE(text.out.startsWith("3 recommendations\n\n1. Clear Android Virtual Device snapshots — ")) << text.out.toStdString();
+    EXPECT_NE(text.out.indexOf("   Caution · est. savings "), -1);
+
+    const ProcessRun none = runTessoly({"smart-scan", "--apply", "4"});
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_EQ(none.err, "tessoly: there is no card 4: this scan found 3.\n");
+    EXPECT_EQ(runTessoly({"smart-scan", "--apply", "one"}).exitCode, 2);
+
+    const ProcessRun applied = runTessoly({"smart-scan", "--apply", "2,3"});
+    ASSERT_EQ(applied.exitCode, 0) << applied.err.toStdString();
+    EXPECT_NE(applied.out.indexOf(" from Chrome cache to the Trash — empty the Trash to reclaim the space.\n   Status: succeeded"), -1)
+        << applied.out.toStdString();
+    EXPECT_NE(applied.out.indexOf(" from npm cache to the Trash"), -1);
+    EXPECT_NE(applied.out.indexOf(" waiting in Trash\n"), -1);
+    EXPECT_TRUE(fs::exists(home.path() / ".android/avd/Pixel.avd/snapshots/default_boot/ram.img"));
+    EXPECT_TRUE(fs::is_empty(home.path() / ".npm"));
+}
+
+TEST(SmartScanCommand, EasyCleanPrintsEachStepAndWhatTheDiskGained)
+{
+    TempHome home;
+    const ProcessRun clean = runTessoly({"easy-clean"});
+    ASSERT_EQ(clean.exitCode, 0) << clean.err.toStdString();
+    EXPECT_EQ(clean.out, "Looking at your disk…\nReleasing hidden space macOS was holding…\n\n"
+                         "Your Mac is already clean — nothing safe needed clearing.\n");
+
+    allocate(home.path() / ".npm/_cacache/blob", GiB + (100 << 20));
+    const ProcessRun json = runTessoly({"easy-clean", "--json"});
+    ASSERT_EQ(json.exitCode, 0) << json.err.toStdString();
+    const QJsonObject result = QJsonDocument::fromJson(json.out).object();
+    EXPECT_EQ(result.value("steps").toArray().at(1).toString(), "Cleaning 1 of 1 — npm cache…");
+    EXPECT_GE(result.value("inTrash").toInteger(), GiB);
+    EXPECT_GE(result.value("freedNow").toInteger(), 0);
+    EXPECT_TRUE(result.value("result").toArray().last().toString().startsWith("Another "));
+    const ProcessRun history = runTessoly({"history"});
+    EXPECT_NE(history.out.indexOf("Smart Scan profile cleanup"), -1);
+}

@@ -1,0 +1,43 @@
+// Where the named locations live on Linux: the XDG variables, the user
+// directories, and names with no counterpart.
+#include "TestSupport.h"
+#include "platform/Locations.h"
+
+#include <gtest/gtest.h>
+
+using namespace tessoly;
+using namespace tessoly::test;
+namespace fs = std::filesystem;
+
+TEST(Locations, FollowTheXdgVariablesAndUserDirectories)
+{
+    TempHome home;
+    const fs::path &h = home.path();
+    EXPECT_EQ(platform::locate("Library/Caches/Firefox", h), h / ".cache/mozilla/firefox");
+    EXPECT_EQ(platform::locate("Library/pnpm/store", h), h / ".local/share/pnpm/store");
+    EXPECT_EQ(platform::locate(".gradle/caches", h), h / ".gradle/caches");
+    EXPECT_EQ(platform::locate("/Library/Caches", h), fs::path("/Library/Caches"));
+    // No counterpart: the name as it stands, which simply isn't there.
+    EXPECT_EQ(platform::locate("Library/Caches/com.apple.Safari", h), h / "Library/Caches/com.apple.Safari");
+
+    const fs::path elsewhere = h / "elsewhere-cache";
+    ::setenv("XDG_CACHE_HOME", elsewhere.c_str(), 1);
+    EXPECT_EQ(platform::locate("Library/Caches/Google/Chrome", h), elsewhere / "google-chrome");
+    ::setenv("XDG_CACHE_HOME", "relative/ignored", 1);
+    EXPECT_EQ(platform::locate("Library/Caches/Yarn", h), h / ".cache/yarn");
+    ::setenv("XDG_CACHE_HOME", home.cacheHome().c_str(), 1);
+
+    EXPECT_EQ(platform::locate("Movies", h), h / "Movies");
+    writeFile(h / ".config/user-dirs.dirs", "# written by xdg-user-dirs-update\n"
+                                           "XDG_VIDEOS_DIR=\"$HOME/Videos\"\n"
+                                           "XDG_DOWNLOAD_DIR=\"/srv/downloads\"\n"
+                                           "XDG_MUSIC_DIR=\"$HOME/\"\n");
+    EXPECT_EQ(platform::locate("Movies", h), h / "Videos");
+    EXPECT_EQ(platform::locate("Downloads", h), fs::path("/srv/downloads"));
+    EXPECT_EQ(platform::locate("Music", h), h / "Music"); // set to the home folder: not used
+
+    // Two places: the first that exists.
+    EXPECT_EQ(platform::locateAll("AndroidSDK", h), (std::vector<fs::path>{h / "AndroidSDK", h / "Android/Sdk"}));
+    fs::create_directories(h / "Android/Sdk");
+    EXPECT_EQ(platform::locate("AndroidSDK", h), h / "Android/Sdk");
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "TestSupport.h"
+#include "application/TessolyApp.h"
+#include "cleaning/CleanupHistoryStore.h"
+#include "platform/Platform.h"
+#include "platform/VolumeInfo.h"
+#include "platform/linux/FreedesktopTrash.h"
+#include "recommendations/SmartScanService.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace tessoly::test {
+
+// Volume figures a test sets; a clean doesn't change them unless told to.
+class ScriptedVolumes final : public platform::VolumeInfo {
+public:
+    qint64 capacity = 500'000'000'000;
+    mutable qint64 free = 100'000'000'000;
+    qint64 step = 0; // added to the free space after each reading
+    std::optional<platform::VolumeAttributes> attributesOfFileSystem(const std::filesystem::path &) const override
+    {
+        const qint64 now = free;
+        free += step;
+        return platform::VolumeAttributes{capacity, now, now, now};
+    }
+};
+
+// A temporary home with the whole service graph on it: the Linux platform
+// with scripted volume figures, the log in the home, Smart Scan's result
+// pause shortened.
+struct ScanHome {
+    explicit ScanHome(std::optional<std::filesystem::path> snapshotTool = std::nullopt);
+    ~ScanHome();
+
+    TempHome home;
+    platform::FreedesktopTrash logTrash;
+    CleanupHistoryStore history;
+    ScriptedVolumes *volumes = nullptr;
+    std::unique_ptr<TessolyApp> app;
+    SmartScanService &smart() const { return *app->smartScan(); }
+};
+
+// A file of exactly `bytes` allocated bytes (a multiple of 4096, at most
+// 64 MiB per file so that each stays one extent); folders made as needed.
+void allocate(const std::filesystem::path &file, qint64 bytes);
+// Files in a folder adding up to exactly `bytes` allocated bytes.
+void fillExactly(const std::filesystem::path &folder, qint64 bytes);
+
+// A cheap signature of a tree: each entry's relative path, type, size and
+// inode (the same inode means the very file came back, not a copy).
+// Without inodes it compares a copy with its original.
+[[nodiscard]] std::string inodeListing(const std::filesystem::path &root, bool withInodes = true);
+
+// The visible card whose title starts with the words given.
+std::optional<Recommendation> cardTitled(const SmartScanService &smart, const QString &start);
+
+} // namespace tessoly::test
