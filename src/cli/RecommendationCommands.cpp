@@ -35,16 +35,6 @@ std::optional<std::vector<int>> parseRanks(const QString &text)
     return ranks;
 }
 
-QString statusName(SmartScanService::ApplyStatus::State state)
-{
-    switch (state) {
-    case SmartScanService::ApplyStatus::State::Running: return QStringLiteral("running");
-    case SmartScanService::ApplyStatus::State::Succeeded: return QStringLiteral("succeeded");
-    case SmartScanService::ApplyStatus::State::Failed: return QStringLiteral("failed");
-    }
-    return {};
-}
-
 } // namespace
 
 QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
@@ -128,7 +118,7 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
             co_await smart.apply(card);
             QObject::disconnect(watch);
             current = nullptr;
-            state = last ? statusName(last->state) : QStringLiteral("failed");
+            state = last ? SmartScanService::stateName(last->state) : QStringLiteral("failed");
             words = last ? last->text : QStringLiteral("The card didn't report a result.");
             if (!last || last->state == SmartScanService::ApplyStatus::State::Failed)
                 ++failures;

@@ -63,17 +63,17 @@ QVariantList toList(const std::vector<Recommendation> &cards)
     return list;
 }
 
-QString stateName(SmartScanService::ApplyStatus::State state)
+} // namespace
+
+QString SmartScanService::stateName(ApplyStatus::State state)
 {
     switch (state) {
-    case SmartScanService::ApplyStatus::State::Running: return QStringLiteral("running");
-    case SmartScanService::ApplyStatus::State::Succeeded: return QStringLiteral("succeeded");
-    case SmartScanService::ApplyStatus::State::Failed: return QStringLiteral("failed");
+    case ApplyStatus::State::Running: return QStringLiteral("running");
+    case ApplyStatus::State::Succeeded: return QStringLiteral("succeeded");
+    case ApplyStatus::State::Failed: return QStringLiteral("failed");
     }
     return {};
 }
-
-} // namespace
 
 QVariantList SmartScanService::visibleRecommendationList() const
 {

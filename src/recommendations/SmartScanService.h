@@ -94,6 +94,8 @@ public:
     [[nodiscard]] const QHash<QUuid, ApplyStatus> &applyStatuses() const { return m_applyStatuses; }
     [[nodiscard]] std::optional<ApplyStatus> applyStatus(const QUuid &id) const;
     [[nodiscard]] QVariantMap applyStatusMap() const;
+    // "running", "succeeded" or "failed".
+    [[nodiscard]] static QString stateName(ApplyStatus::State state);
     // The service's own instances, for what they last measured.
     [[nodiscard]] CleanupService &cleanup() const { return *m_cleanup; }
     [[nodiscard]] MaintenanceService &maintenance() const { return *m_maintenance; }
