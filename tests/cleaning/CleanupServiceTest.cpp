@@ -137,7 +137,7 @@ TEST_F(Cleaning, NothingToCleanMeansNoLogEntry)
 
 TEST_F(Cleaning, CleanEmptiesTheFolderKeepsItAndLogsWhatWent)
 {
-    const fs::path cache = home.path() / "Library/Caches/Firefox";
+    const fs::path cache = home.cacheHome() / "mozilla/firefox"; // where that catalogue folder lives here
     writeFile(cache / "cache2/entries/A1", std::string(40000, 'a'));
     writeFile(cache / "startupCache", std::string(12000, 'b'));
     writeFile(cache / ".parentlock", "lock");
@@ -191,7 +191,7 @@ TEST_F(Cleaning, DeleteImmediatelyLeavesNoTrashedPathYetIsActive)
 
 TEST_F(Cleaning, ProtectedEntryStaysAndIsLeftOutOfTotalAndLog)
 {
-    const fs::path folder = home.path() / "Library/Caches/Homebrew";
+    const fs::path folder = home.cacheHome() / "Homebrew";
     writeFile(folder / "protected.tar.gz", std::string(60000, 'p'));
     writeFile(folder / "free.tar.gz", std::string(20000, 'f'));
     if (!setImmutable(folder / "protected.tar.gz", true))

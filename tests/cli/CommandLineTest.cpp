@@ -111,7 +111,7 @@ TEST_F(Cli, UnreadableHistoryNeverStopsTheProgram)
 
 TEST_F(Cli, MeasureAndCleanAProfileThenRestoreIt)
 {
-    const fs::path chrome = home.path() / "Library/Caches/Google/Chrome";
+    const fs::path chrome = home.cacheHome() / "google-chrome";
     writeFile(chrome / "Default/Cache/data_0", std::string(300000, 'c'));
     writeFile(chrome / "Default/Cache/data_1", std::string(100000, 'd'));
     writeFile(chrome / ".hidden-top", "stays");
