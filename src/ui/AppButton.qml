@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Tessoly
 
-// The app's button: "primary" (gradient), "secondary" (outlined) or "destructive".
+// The app's button: "primary" (gradient), "secondary" (outlined), "plain"
+// (borderless) or "destructive".
 Button {
     id: control
     property string kind: "secondary"
@@ -31,7 +32,7 @@ Button {
             text: control.text
             font: control.font
             anchors.verticalCenter: parent.verticalCenter
-            color: control.kind === "primary" ? "white"
+            color: control.kind === "primary" ? Theme.onAccent
                  : control.kind === "destructive" ? Theme.red : Theme.text
             opacity: control.enabled ? 1 : 0.45
         }
@@ -39,9 +40,10 @@ Button {
     background: Rectangle {
         implicitHeight: 34
         radius: Theme.smallRadius
-        border.width: control.kind === "primary" ? 0 : 1
+        border.width: control.kind === "primary" || control.kind === "plain" ? 0 : 1
         border.color: control.kind === "destructive" ? Qt.rgba(Theme.red.r, Theme.red.g, Theme.red.b, 0.4) : Theme.hairline
-        color: control.down ? Theme.track : control.hovered ? Theme.selection : Theme.card
+        color: control.down ? Theme.track : control.hovered ? Theme.selection
+             : control.kind === "plain" ? "transparent" : Theme.card
         opacity: control.enabled ? 1 : 0.6
 
         Rectangle { // the primary button's gradient face

@@ -66,7 +66,11 @@ QtObject {
         "music.note": "music_note",
         "photo": "photo",
         "arrow.down.circle": "download_for_offline",
-        "menubar.dock.rectangle": "desktop_windows"
+        "menubar.dock.rectangle": "desktop_windows",
+        "exclamationmark.shield.fill": "gpp_maybe",
+        "chart.line.uptrend.xyaxis": "trending_up",
+        "slider.horizontal.3": "tune",
+        "xmark": "close"
     })
 
     function glyph(name) {

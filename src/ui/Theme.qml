@@ -31,6 +31,7 @@ QtObject {
     readonly property color sidebar: dark ? "#990F172A" : "#B3FFFFFF"
     readonly property color selection: dark ? "#33363AF1" : "#1A6366F1"
     readonly property color shadow: dark ? "#66000000" : "#140F172A"
+    readonly property color onAccent: "#FFFFFF" // text and symbols on the accent gradient
 
     // Shapes and spacing.
     readonly property int radius: 14
@@ -52,6 +53,7 @@ QtObject {
     property bool reduceMotion: false
     readonly property int fastMs: reduceMotion ? 0 : 160
     readonly property int panelMs: reduceMotion ? 0 : 320
+    readonly property int staggerMs: reduceMotion ? 0 : 70
 
     // Colour by the names the services use for tints.
     function tint(name) {
@@ -65,6 +67,20 @@ QtObject {
         case "purple": return purple
         case "blue": return blue
         default: return tertiaryText
+        }
+    }
+
+    // A colour at a lower opacity, for the pale squares and badges behind symbols.
+    function pale(colour, alpha) {
+        return Qt.rgba(colour.r, colour.g, colour.b, alpha === undefined ? 0.13 : alpha)
+    }
+
+    // The colour of a risk ("safe", "caution", "advanced").
+    function riskColor(risk) {
+        switch (risk) {
+        case "caution": return orange
+        case "advanced": return red
+        default: return green
         }
     }
 }
