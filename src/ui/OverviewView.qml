@@ -3,127 +3,173 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Tessoly
 
-// The disk card and, as they come, the other panels of the overview.
-ScrollView {
-    id: view
+// The overview: the disk card, the hidden-space card, Smart Scan and its
+// recommendations in one scrolling column, and the toast over all of them.
+Item {
+    id: overview
     property var scanner: Services.scanner
+    property var smartScan: Services.smartScan
     readonly property real fraction: scanner.totalUsed / Math.max(scanner.totalCapacity, 1)
-    contentWidth: availableWidth
-    clip: true
 
-    ColumnLayout {
-        width: view.availableWidth
-        spacing: Theme.gap
+    ScrollView {
+        id: view
+        anchors.fill: parent
+        contentWidth: availableWidth
+        clip: true
 
-        PageHeader {
-            Layout.fillWidth: true
-            Layout.topMargin: Theme.pageMargin
-            Layout.leftMargin: Theme.pageMargin
-            Layout.rightMargin: Theme.pageMargin
-            title: "Overview"
-            subtitle: "Where the space on this disk has gone, and how to get it back safely."
-        }
+        ColumnLayout {
+            width: view.availableWidth
+            spacing: Theme.gap
 
-        Card {
-            id: diskCard
-            objectName: "diskCard"
-            Layout.fillWidth: true
-            Layout.leftMargin: Theme.pageMargin
-            Layout.rightMargin: Theme.pageMargin
-            padding: 24
-            opacity: 0
-            Component.onCompleted: enter.start()
-            NumberAnimation { id: enter; target: diskCard; property: "opacity"; to: 1; duration: Theme.panelMs; easing.type: Easing.OutCubic }
+            // The panels enter one after the other.
+            Component.onCompleted: {
+                diskRise.enter()
+                hiddenRise.enter()
+                heroRise.enter()
+            }
 
-            ColumnLayout {
-                width: parent.width
-                spacing: 10
-                RowLayout {
+            PageHeader {
+                Layout.fillWidth: true
+                Layout.topMargin: Theme.pageMargin
+                Layout.leftMargin: Theme.pageMargin
+                Layout.rightMargin: Theme.pageMargin
+                title: "Overview"
+                subtitle: "Where the space on this disk has gone, and how to get it back safely."
+            }
+
+            Card {
+                id: diskCard
+                objectName: "diskCard"
+                Layout.fillWidth: true
+                Layout.leftMargin: Theme.pageMargin
+                Layout.rightMargin: Theme.pageMargin
+                padding: 24
+                transform: diskRise.shift
+                RiseIn { id: diskRise; target: diskCard; order: 0 }
+
+                ColumnLayout {
+                    width: parent.width
                     spacing: 10
-                    Rectangle {
-                        implicitWidth: 34; implicitHeight: 34; radius: 10
-                        color: Theme.selection
-                        Icon { anchors.centerIn: parent; name: "internaldrive"; size: 20; color: Theme.indigo }
-                    }
-                    Text {
-                        text: "Startup disk"
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.bodySize
-                        font.weight: Font.DemiBold
-                        color: Theme.secondaryText
-                    }
-                }
-                RowLayout {
-                    spacing: 10
-                    Text {
-                        objectName: "freeNumber"
-                        text: Format.sizeNumber(view.scanner.totalFree)
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.heroSize
-                        font.weight: Font.Bold
-                        color: Theme.text
-                    }
-                    ColumnLayout {
-                        Layout.alignment: Qt.AlignBottom
-                        Layout.bottomMargin: 10
-                        spacing: 0
+                    RowLayout {
+                        spacing: 10
+                        Rectangle {
+                            implicitWidth: 34; implicitHeight: 34; radius: 10
+                            color: Theme.selection
+                            Icon { anchors.centerIn: parent; name: "internaldrive"; size: 20; color: Theme.indigo }
+                        }
                         Text {
-                            objectName: "freeUnit"
-                            text: Format.sizeUnit(view.scanner.totalFree)
+                            text: "Startup disk"
                             font.family: Theme.fontFamily
-                            font.pixelSize: 22
+                            font.pixelSize: Theme.bodySize
                             font.weight: Font.DemiBold
                             color: Theme.secondaryText
                         }
+                    }
+                    RowLayout {
+                        spacing: 10
                         Text {
-                            text: "free"
+                            objectName: "freeNumber"
+                            text: Format.sizeNumber(overview.scanner.totalFree)
                             font.family: Theme.fontFamily
-                            font.pixelSize: 15
+                            font.pixelSize: Theme.heroSize
+                            font.weight: Font.Bold
+                            color: Theme.text
+                        }
+                        ColumnLayout {
+                            Layout.alignment: Qt.AlignBottom
+                            Layout.bottomMargin: 10
+                            spacing: 0
+                            Text {
+                                objectName: "freeUnit"
+                                text: Format.sizeUnit(overview.scanner.totalFree)
+                                font.family: Theme.fontFamily
+                                font.pixelSize: 22
+                                font.weight: Font.DemiBold
+                                color: Theme.secondaryText
+                            }
+                            Text {
+                                text: "free"
+                                font.family: Theme.fontFamily
+                                font.pixelSize: 15
+                                color: Theme.tertiaryText
+                            }
+                        }
+                    }
+                    Text {
+                        objectName: "capacityLine"
+                        text: "of " + Format.bytes(overview.scanner.totalCapacity) + " total · " + Math.floor(overview.fraction * 100) + "% used"
+                        font.family: Theme.fontFamily
+                        font.pixelSize: 14
+                        color: Theme.secondaryText
+                    }
+                    GradientBar {
+                        objectName: "diskBar"
+                        Layout.fillWidth: true
+                        Layout.topMargin: 6
+                        barHeight: 12
+                        fraction: overview.fraction
+                    }
+                    RowLayout {
+                        Layout.fillWidth: true
+                        Layout.topMargin: 2
+                        Text {
+                            text: Format.bytes(overview.scanner.totalUsed) + " used"
+                            font.family: Theme.fontFamily
+                            font.pixelSize: Theme.smallSize
+                            color: Theme.tertiaryText
+                        }
+                        Item { Layout.fillWidth: true }
+                        Text {
+                            text: Format.bytes(overview.scanner.totalFree) + " available"
+                            font.family: Theme.fontFamily
+                            font.pixelSize: Theme.smallSize
                             color: Theme.tertiaryText
                         }
                     }
                 }
-                Text {
-                    objectName: "capacityLine"
-                    text: "of " + Format.bytes(view.scanner.totalCapacity) + " total · " + Math.floor(view.fraction * 100) + "% used"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: 14
-                    color: Theme.secondaryText
-                }
-                GradientBar {
-                    objectName: "diskBar"
-                    Layout.fillWidth: true
-                    Layout.topMargin: 6
-                    barHeight: 12
-                    fraction: view.fraction
-                }
-                RowLayout {
-                    Layout.fillWidth: true
-                    Layout.topMargin: 2
-                    Text {
-                        text: Format.bytes(view.scanner.totalUsed) + " used"
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
-                        color: Theme.tertiaryText
-                    }
-                    Item { Layout.fillWidth: true }
-                    Text {
-                        text: Format.bytes(view.scanner.totalFree) + " available"
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
-                        color: Theme.tertiaryText
-                    }
-                }
             }
-        }
 
-        HiddenSpaceCardView {
-            objectName: "hiddenSpaceCard"
-            Layout.fillWidth: true
-            Layout.leftMargin: Theme.pageMargin
-            Layout.rightMargin: Theme.pageMargin
-        }
+            HiddenSpaceCardView {
+                id: hiddenSpace
+                objectName: "hiddenSpaceCard"
+                Layout.fillWidth: true
+                Layout.leftMargin: Theme.pageMargin
+                Layout.rightMargin: Theme.pageMargin
+                transform: hiddenRise.shift
+                RiseIn { id: hiddenRise; target: hiddenSpace; order: 1 }
+            }
 
-        Item { Layout.preferredHeight: Theme.pageMargin }
+            SmartScanHero {
+                id: hero
+                Layout.fillWidth: true
+                Layout.leftMargin: Theme.pageMargin
+                Layout.rightMargin: Theme.pageMargin
+                transform: heroRise.shift
+                RiseIn { id: heroRise; target: hero; order: 2 }
+            }
+
+            RecommendationsPanel {
+                Layout.fillWidth: true
+                Layout.leftMargin: Theme.pageMargin
+                Layout.rightMargin: Theme.pageMargin
+            }
+
+            SkippedSection {
+                Layout.fillWidth: true
+                Layout.leftMargin: Theme.pageMargin
+                Layout.rightMargin: Theme.pageMargin
+            }
+
+            // Room under the last panel, so that the toast never covers it.
+            Item { Layout.preferredHeight: Theme.pageMargin + 56 }
+        }
+    }
+
+    ToastView {
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 24
+        maximumWidth: Math.min(560, overview.width - 2 * Theme.pageMargin - 36)
+        z: 1
     }
 }
