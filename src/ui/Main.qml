@@ -16,6 +16,5 @@ ApplicationWindow {
     color: Theme.page
     font.family: Theme.fontFamily
 
-    // Until the Easy screen exists, both interface modes show the full shell.
-    Shell { anchors.fill: parent }
+    ContentView { anchors.fill: parent }
 }
