@@ -4,6 +4,7 @@
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "application/TessolyApp.h"
+#include "platform/Locations.h"
 #include "platform/Platform.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonDefaultsStore.h"
@@ -102,6 +103,11 @@ public:
 
     Q_INVOKABLE QString homePath() const { return QString::fromStdString(m_home.path().native()); }
     Q_INVOKABLE bool exists(const QString &path) const { return fs::exists(path.toStdString()); }
+    // Where a catalogue location ("Library/Caches/Firefox") lives on this system.
+    Q_INVOKABLE QString located(const QString &name) const
+    {
+        return QString::fromStdString(platform::locate(name.toStdString(), m_home.path()).native());
+    }
 
     Q_INVOKABLE void setFigures(double capacity, double free)
     {
@@ -128,8 +134,8 @@ public:
     Q_INVOKABLE void seedCaches()
     {
         for (const char *name : {"data_0", "data_1", "index"})
-            test::writeFile(m_home.path() / "Library/Caches/Google/Chrome" / name, std::string(200'000, 'c'));
-        test::writeFile(m_home.path() / "Library/Caches/Firefox/cache2/blob", std::string(100'000, 'f'));
+            test::writeFile(platform::locate("Library/Caches/Google/Chrome", m_home.path()) / name, std::string(200'000, 'c'));
+        test::writeFile(platform::locate("Library/Caches/Firefox", m_home.path()) / "cache2/blob", std::string(100'000, 'f'));
     }
 
     // A cleanup of three cache folders, really in the Trash; returns the first original path.

@@ -69,8 +69,8 @@ Item {
             tryCompare(view, "working", false, 10000)
             compare(view.lastFreed, firefoxOnly)
             verify(findChild(view, "reclaimedNote").visible)
-            verify(!Hooks.exists(Hooks.homePath() + "/Library/Caches/Firefox/cache2"))
-            verify(Hooks.exists(Hooks.homePath() + "/Library/Caches/Google/Chrome/index"))
+            verify(!Hooks.exists(Hooks.located("Library/Caches/Firefox") + "/cache2"))
+            verify(Hooks.exists(Hooks.located("Library/Caches/Google/Chrome") + "/index"))
             tryCompare(findChild(firefox, "sizeText"), "text", "Zero KB")
         }
 
