@@ -1,9 +1,11 @@
 // Loads the real screens with services built on a temporary home. Any QML
 // warning fails the run.
 #include "TestSupport.h"
+#include "analysis/DiskForecast.h"
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "application/TessolyApp.h"
+#include "platform/FileWalker.h"
 #include "platform/Locations.h"
 #include "platform/Platform.h"
 #include "platform/linux/FreedesktopTrash.h"
@@ -11,12 +13,15 @@
 #include "platform/linux/LinuxLocations.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "moves/ExternalDriveManager.h"
+#include "recommendations/SmartScanService.h"
 #include "ui/Services.h"
 
 #include <QQmlEngine>
 #include <QQmlExtensionPlugin>
 #include <QtQuickTest>
 #include <atomic>
+#include <chrono>
+#include <fcntl.h>
 #include <unistd.h>
 
 Q_IMPORT_QML_PLUGIN(TessolyPlugin)
@@ -49,7 +54,20 @@ void countWarnings(QtMsgType type, const QMessageLogContext &context, const QStr
 class ScriptedVolumes : public platform::VolumeInfo {
 public:
     std::optional<platform::VolumeAttributes> figures = platform::VolumeAttributes{500'000'000'000, 123'400'000'000};
-    std::optional<platform::VolumeAttributes> attributesOfFileSystem(const fs::path &) const override { return figures; }
+    // When set, the home's own files take their room out of the scripted free
+    // space, as on a real disk: deleting frees it, moving to the Trash doesn't.
+    fs::path followedHome;
+    std::optional<platform::VolumeAttributes> attributesOfFileSystem(const fs::path &) const override
+    {
+        if (!figures || followedHome.empty())
+            return figures;
+        platform::VolumeAttributes shown = *figures;
+        const qint64 taken = platform::walkTree(followedHome).allocatedBytes;
+        for (std::optional<qint64> *free : {&shown.systemFreeSize, &shown.availableCapacity, &shown.availableCapacityForImportantUsage})
+            if (free->has_value())
+                **free -= taken;
+        return shown;
+    }
 };
 
 class RecordingRevealer : public platform::Revealer {
@@ -190,6 +208,56 @@ public:
         for (int i = 0; i < 3; ++i)
             test::writeFile(folder / ("part" + std::to_string(i)), std::string(5000, 'x'));
         return QString::fromStdString(folder.native());
+    }
+
+    // The scripted free space less what the test home's files take up, from now on.
+    Q_INVOKABLE void followHome(bool follow)
+    {
+        m_volumes->followedHome = follow ? m_home.path() : fs::path();
+        m_app->scanner()->refreshVolumeInfo();
+    }
+
+    // A file of `bytes` allocated bytes (fallocate: fast, and real blocks for
+    // every measurement) under the test home; returns its path.
+    Q_INVOKABLE QString makeAllocated(const QString &relative, double bytes)
+    {
+        const fs::path file = m_home.path() / relative.toStdString();
+        fs::create_directories(file.parent_path());
+        const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        const bool made = fd >= 0 && ::posix_fallocate(fd, 0, static_cast<off_t>(bytes)) == 0;
+        if (fd >= 0)
+            ::close(fd);
+        if (!made)
+            qWarning("makeAllocated: could not allocate %s", file.c_str());
+        return QString::fromStdString(file.native());
+    }
+
+    // Removes a file or folder under the test home (and the Trash's copies
+    // are removed with "the Trash" = ".local/share/Trash").
+    Q_INVOKABLE void removePath(const QString &relative)
+    {
+        std::error_code error;
+        fs::remove_all(m_home.path() / relative.toStdString(), error);
+    }
+
+    // How long a finished card stays readable before it leaves.
+    Q_INVOKABLE void setCompletionDelay(int milliseconds)
+    {
+        m_app->smartScan()->setCompletionDelay(std::chrono::milliseconds(milliseconds));
+    }
+
+    // A disk history that fills the disk within days: the next scan shows
+    // the forecast card. With `filling` false the history is cleared.
+    Q_INVOKABLE void seedForecast(bool filling)
+    {
+        std::vector<DiskForecast::Sample> samples;
+        if (filling) {
+            const QDateTime now = QDateTime::currentDateTimeUtc();
+            for (int day = 3; day >= 1; --day)
+                samples.push_back({now.addDays(-day), 440'000'000'000 - day * 5'000'000'000LL, 500'000'000'000});
+        }
+        m_app->platform().defaults->set(QString::fromLatin1(DiskForecast::key), DiskForecast::encode(samples));
+        m_app->forecast()->load();
     }
 
     Q_INVOKABLE bool isSymlink(const QString &path) const { return fs::is_symlink(path.toStdString()); }
