@@ -12,9 +12,21 @@ Item {
     property var flow: Services.easyClean
     readonly property real fraction: scanner.totalCapacity < 1 ? 0 : scanner.totalUsed / scanner.totalCapacity
     readonly property bool running: flow.phase === "running"
-    readonly property bool done: flow.phase === "done"
+    // A face built anew starts at idle: it tells only the outcome of a run it has seen.
+    property bool sawRun: false
+    readonly property bool done: flow.phase === "done" && sawRun
 
-    Component.onCompleted: scanner.refreshVolumeInfo()
+    Component.onCompleted: {
+        sawRun = running
+        scanner.refreshVolumeInfo()
+    }
+    Connections {
+        target: easy.flow
+        function onPhaseChanged() {
+            if (easy.running)
+                easy.sawRun = true
+        }
+    }
     // The flow's cards make toasts this face doesn't show; they expire here too.
     ToastTimer {}
 

@@ -158,9 +158,13 @@ Item {
             wait(20)
             verify(findChild(content, "shell"))
             verify(easy() === null)
-            // And the way back is live too.
+            // And the way back is live too; the face comes back at idle.
             Services.settings.interfaceMode = "simple"
             tryVerify(() => easy() !== null && findChild(content, "shell") === null)
+            compare(flow.phase, "done")
+            verify(child("easyIdleText").visible)
+            verify(!child("easyOutcome").visible)
+            compare(child("easyMainButton").text, "Free Up Space")
         }
     }
 }
