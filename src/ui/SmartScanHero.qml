@@ -80,7 +80,7 @@ Card {
                     delegate: Text {
                         required property string modelData
                         required property int index
-                        text: (index > 0 ? " · " : "") + modelData
+                        text: modelData + (index < hero.summaryParts.length - 1 ? " · " : "")
                         font.family: Theme.fontFamily
                         font.pixelSize: Theme.bodySize
                         color: Theme.secondaryText
