@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Tessoly
 
-// Activity: the log of everything Tessoly has done, and the moves to external drives.
+// Activity: the moves to external drives (shown first), and the log of everything Tessoly has done.
 ColumnLayout {
     spacing: 0
 
@@ -11,15 +11,15 @@ ColumnLayout {
         objectName: "activityTabs"
         Layout.topMargin: Theme.pageMargin - 8
         Layout.leftMargin: Theme.pageMargin
-        labels: ["History", "Moves"]
-        icons: ["clock.arrow.circlepath", "externaldrive.connected.to.line.below"]
+        labels: ["Moves", "History"]
+        icons: ["externaldrive.connected.to.line.below", "clock.arrow.circlepath"]
     }
 
     StackLayout {
         Layout.fillWidth: true
         Layout.fillHeight: true
         currentIndex: tabs.currentIndex
-        HistoryView { objectName: "historyView" }
         MovesView { objectName: "movesView" }
+        HistoryView { objectName: "historyView" }
     }
 }

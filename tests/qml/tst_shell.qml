@@ -99,6 +99,8 @@ Item {
 
         function test_history_restore() {
             select("activity")
+            verify(findChild(shell, "movesView").visible) // Activity opens at Moves
+            mouseClick(findChild(shell, "tab_History"))
             verify(findChild(shell, "historyEmpty").visible)
             const original = Hooks.seedHistory()
             verify(!Hooks.exists(original))
