@@ -184,6 +184,14 @@ QVariantMap CleanupService::stateOf(const QString &id) const
             {QStringLiteral("bytes"), it->bytes}, {QStringLiteral("childCount"), it->childCount}};
 }
 
+QString CleanupService::locationOf(const QString &id) const
+{
+    const auto target = cleanupTargetWithId(id);
+    if (!target)
+        return {};
+    return abbreviateHome(displayPath(resolve(*target, m_home)), displayPath(m_home));
+}
+
 std::vector<CleanupTarget> targetsWithIds(const QStringList &ids)
 {
     std::vector<CleanupTarget> list;

@@ -75,6 +75,8 @@ public:
     Q_INVOKABLE void cleanTargets(const QStringList &ids, const QString &profileName, bool deleteImmediately);
     // {bytes, exists, childCount, measured}
     Q_INVOKABLE [[nodiscard]] QVariantMap stateOf(const QString &id) const;
+    // The folder a target names on this system, for display ("~/.cache/google-chrome").
+    Q_INVOKABLE [[nodiscard]] QString locationOf(const QString &id) const;
 
     // The blocking steps, run off the main thread.
     [[nodiscard]] static std::filesystem::path resolve(const CleanupTarget &target, const std::filesystem::path &home);

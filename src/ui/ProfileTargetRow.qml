@@ -76,6 +76,15 @@ Rectangle {
                 font.pixelSize: Theme.smallSize
                 color: Theme.tertiaryText
             }
+            Text { // where this folder is on this system
+                objectName: "locationText"
+                Layout.fillWidth: true
+                text: row.cleanup.locationOf(row.modelData.id)
+                elide: Text.ElideMiddle
+                font.family: Theme.fontFamily
+                font.pixelSize: Theme.smallSize - 1
+                color: Theme.mutedText
+            }
         }
         ColumnLayout {
             Layout.preferredWidth: 110

@@ -50,6 +50,10 @@ Item {
             tryCompare(findChild(chrome, "itemsText"), "text", "3 items")
             compare(findChild(firefox, "itemsText").text, "1 item")
             compare(findChild(row("user.safari"), "sizeText").text, "Not present")
+            // Each row says where its folder is here: Chrome's cache under the XDG cache folder,
+            // Safari's (no counterpart) where it would be on a Mac.
+            compare(findChild(chrome, "locationText").text, "~/.cache/google-chrome")
+            compare(findChild(row("user.safari"), "locationText").text, "~/Library/Caches/com.apple.Safari")
             const both = view.selectedBytes
             verify(both > 600000)
             compare(findChild(view, "reclaimableSum").text, Format.bytes(both))
