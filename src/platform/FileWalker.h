@@ -27,6 +27,7 @@ struct WalkOptions {
     int maxDepth = -1;         // deepest folder listed, the root being 0; -1: no limit
     unsigned threads = 0;      // 0: one per core
     bool fileDetails = false;  // fill size, time and identity of each file for onFile
+    bool foldersOnly = false;  // look at folders only: regular files are neither examined nor counted
     // Count each file's data instead of its blocks: the bytes of its data
     // extents, whole blocks, without the blocks the file system keeps for its
     // own bookkeeping (an extent tree) and without holes. Two copies of the

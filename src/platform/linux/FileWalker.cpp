@@ -153,6 +153,8 @@ private:
                     type = S_ISREG(st.stx_mode) ? DT_REG : S_ISDIR(st.stx_mode) ? DT_DIR : DT_LNK;
                 }
                 if (type == DT_REG) {
+                    if (m_options.foldersOnly)
+                        continue;
                     if (!haveStat
                         && ::statx(fd, entry->d_name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC, mask, &st) != 0)
                         continue;

@@ -1,0 +1,95 @@
+#include "cleaning/NodeModulesSearch.h"
+
+#include "platform/FileWalker.h"
+#include "platform/Locations.h"
+#include "platform/PathText.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <sys/stat.h>
+
+namespace tessoly {
+namespace fs = std::filesystem;
+namespace {
+
+bool isNodeModules(std::string_view folder)
+{
+    const auto slash = folder.rfind('/');
+    return folder.substr(slash == std::string_view::npos ? 0 : slash + 1) == "node_modules";
+}
+
+} // namespace
+
+QString NodeModulesFinding::id() const
+{
+    return pathToText(url);
+}
+
+std::vector<fs::path> NodeModulesSearch::roots(const fs::path &home)
+{
+    std::vector<fs::path> found;
+    for (const char *name : {"Documents", "Desktop", "Developer", "Projects", "dev", "code", "work"}) {
+        const fs::path root = platform::locate(name, home);
+        struct stat st{};
+        // A root that is a link is followed (the user's own choice of where projects live); nothing below it is.
+        if (::stat(root.c_str(), &st) == 0 && S_ISDIR(st.st_mode)
+            && std::find(found.begin(), found.end(), root) == found.end())
+            found.push_back(root);
+    }
+    return found;
+}
+
+std::vector<NodeModulesFinding> NodeModulesSearch::find(const fs::path &home)
+{
+    // Folders only: a find is noted and not entered, so nested ones are never seen.
+    std::mutex lock;
+    std::vector<fs::path> folders;
+    platform::WalkOptions search;
+    search.skipHidden = true;
+    search.foldersOnly = true;
+    search.maxDepth = maxDepth;
+    search.skipDescendants = [&](const std::string &folder) {
+        if (!isNodeModules(folder))
+            return false;
+        const std::lock_guard<std::mutex> guard(lock);
+        folders.emplace_back(folder);
+        return true;
+    };
+    (void)platform::walkTrees(roots(home), search);
+
+    std::vector<NodeModulesFinding> findings;
+    const std::vector<platform::WalkTotals> sizes = platform::walkTrees(folders);
+    for (std::size_t i = 0; i < folders.size(); ++i) {
+        if (sizes[i].allocatedBytes <= minimumBytes)
+            continue;
+        const fs::path project = folders[i].parent_path();
+        findings.push_back(NodeModulesFinding{folders[i], sizes[i].allocatedBytes, displayPath(project.filename()),
+                                              projectLastUsed(project)});
+    }
+    std::stable_sort(findings.begin(), findings.end(),
+                     [](const NodeModulesFinding &a, const NodeModulesFinding &b) { return a.bytes > b.bytes; });
+    return findings;
+}
+
+std::optional<QDateTime> NodeModulesSearch::projectLastUsed(const fs::path &project)
+{
+    std::atomic<qint64> newest{-1};
+    platform::WalkOptions walk;
+    walk.skipHidden = true;
+    walk.fileDetails = true;
+    walk.maxDepth = activityDepth - 1; // folders listed down to depth 2: files down to depth 3
+    walk.threads = 1;
+    walk.skipDescendants = [](const std::string &folder) { return isNodeModules(folder); };
+    walk.onFile = [&newest](const platform::WalkedFile &file) {
+        qint64 seen = newest.load();
+        while (file.modifiedSeconds > seen && !newest.compare_exchange_weak(seen, file.modifiedSeconds)) {
+        }
+    };
+    (void)platform::walkTree(project, walk);
+    if (newest.load() < 0)
+        return std::nullopt;
+    return QDateTime::fromSecsSinceEpoch(newest.load());
+}
+
+} // namespace tessoly
