@@ -5,6 +5,7 @@
 #include "cleaning/CleanupHistoryModel.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
+#include "cleaning/DevDeepClean.h"
 #include "cleaning/HiddenSpaceCard.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/OnboardingState.h"
@@ -45,6 +46,8 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history);
     m_smartScan = new SmartScanService(
         *m_platform, {*m_scanner, *m_drives, *m_forecast, *m_destinations, *m_moveOperations, *m_history}, this);
+    m_devClean = new DevDeepClean(home, *m_platform->trash, *m_platform->processes, *m_history, *m_platform->defaults,
+                                  {m_platform->dockerTool, m_platform->simulatorTool}, this);
     // Screen-level objects.
     m_cleanup = new CleanupService(home, *m_platform->trash, *m_history, this);
     m_hiddenSpace = new HiddenSpaceCard(*m_maintenance, *m_scanner, this);

@@ -19,6 +19,7 @@ class OffloadScanner;
 class SymlinkInventory;
 class CleanupHistoryModel;
 class CleanupService;
+class DevDeepClean;
 class HiddenSpaceCard;
 class MaintenanceService;
 class CleanupHistoryStore;
@@ -49,6 +50,8 @@ public:
     [[nodiscard]] SmartScanService *smartScan() const { return m_smartScan; }
     // The one-button flow of the Easy screen and `tessoly easy-clean`.
     [[nodiscard]] EasyCleanFlow *easyClean() const { return m_easyClean; }
+    // node_modules, Docker and simulator runtimes.
+    [[nodiscard]] DevDeepClean *devClean() const { return m_devClean; }
     [[nodiscard]] SettingsStore *settings() const { return m_settings; }
     [[nodiscard]] CleanupHistoryStore &history() const { return *m_history; }
     [[nodiscard]] CleanupHistoryModel *historyModel() const { return m_historyModel; }
@@ -93,6 +96,7 @@ private:
     DiskForecast *m_forecast = nullptr;
     SmartScanService *m_smartScan = nullptr;
     EasyCleanFlow *m_easyClean = nullptr;
+    DevDeepClean *m_devClean = nullptr;
     SettingsStore *m_settings = nullptr;
     MaintenanceService *m_maintenance = nullptr;
     CleanupService *m_cleanup = nullptr;

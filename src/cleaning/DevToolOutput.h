@@ -9,7 +9,8 @@ namespace tessoly {
 
 // What Docker could give back, as its own command line says.
 struct DockerStatus {
-    enum class State { Ready, NotInstalled, NotRunning };
+    // NotResponding: the daemon didn't answer within the time limit (a hang).
+    enum class State { Ready, NotInstalled, NotRunning, NotResponding };
     State state = State::NotInstalled;
     qint64 reclaimableBytes = 0; // Ready
     friend bool operator==(const DockerStatus &, const DockerStatus &) = default;

@@ -26,6 +26,10 @@ struct Platform {
     std::unique_ptr<MountedVolumes> mounts;
     // The local snapshot tool, where the system has one.
     std::optional<std::filesystem::path> snapshotTool;
+    // The docker command (it may not exist: then Docker isn't installed) and
+    // the simulator tool (xcrun), where the system has one.
+    std::filesystem::path dockerTool;
+    std::optional<std::filesystem::path> simulatorTool;
 };
 
 // The Linux implementations, rooted at the locations the environment gives.

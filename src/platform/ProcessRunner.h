@@ -3,7 +3,9 @@
 #include <QByteArray>
 #include <QStringList>
 #include <QCoro/QCoroTask>
+#include <chrono>
 #include <filesystem>
+#include <optional>
 
 namespace tessoly::platform {
 
@@ -14,6 +16,7 @@ struct ProcessOutput {
     int exitCode = -1;
     QByteArray standardOutput;
     QByteArray standardError;
+    bool timedOut = false; // killed at the time limit; the output is what it wrote until then
 };
 
 class ProcessRunner {
@@ -21,7 +24,13 @@ public:
     virtual ~ProcessRunner() = default;
     // Runs program with an argument vector (never through a shell), waits
     // for it to exit, then returns its output.
-    [[nodiscard]] virtual QCoro::Task<ProcessOutput> run(std::filesystem::path program, QStringList arguments) = 0;
+    [[nodiscard]] QCoro::Task<ProcessOutput> run(std::filesystem::path program, QStringList arguments)
+    {
+        return run(std::move(program), std::move(arguments), std::nullopt);
+    }
+    // The same, killing the program when it hasn't exited within the limit.
+    [[nodiscard]] virtual QCoro::Task<ProcessOutput> run(std::filesystem::path program, QStringList arguments,
+                                                         std::optional<std::chrono::milliseconds> timeLimit) = 0;
 };
 
 } // namespace tessoly::platform

@@ -3,6 +3,7 @@
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryModel.h"
 #include "cleaning/CleanupService.h"
+#include "cleaning/DevDeepClean.h"
 #include "cleaning/HiddenSpaceCard.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/OnboardingState.h"
@@ -45,6 +46,7 @@ class Services : public QObject {
     Q_PROPERTY(tessoly::DialogPrompter *prompter READ prompter CONSTANT)
     Q_PROPERTY(tessoly::SmartScanService *smartScan READ smartScan CONSTANT)
     Q_PROPERTY(tessoly::EasyCleanFlow *easyClean READ easyClean CONSTANT)
+    Q_PROPERTY(tessoly::DevDeepClean *devClean READ devClean CONSTANT)
     Q_PROPERTY(QString homePath READ homePath CONSTANT)
 
 public:
@@ -67,6 +69,7 @@ public:
     [[nodiscard]] DialogPrompter *prompter() const { return m_prompter; }
     [[nodiscard]] SmartScanService *smartScan() const { return m_app->smartScan(); }
     [[nodiscard]] EasyCleanFlow *easyClean() const { return m_app->easyClean(); }
+    [[nodiscard]] DevDeepClean *devClean() const { return m_app->devClean(); }
     [[nodiscard]] QString homePath() const { return m_app->homePath(); }
 
     Q_INVOKABLE void reveal(const QString &path) { m_app->reveal(path); }
@@ -165,6 +168,11 @@ struct MoveControllerForeign {
 struct SmartScanServiceForeign {
     Q_GADGET
     QML_FOREIGN(tessoly::SmartScanService)
+    QML_ANONYMOUS
+};
+struct DevDeepCleanForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::DevDeepClean)
     QML_ANONYMOUS
 };
 struct EasyCleanFlowForeign {

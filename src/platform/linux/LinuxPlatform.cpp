@@ -54,7 +54,8 @@ void FileManagerRevealer::reveal(const std::filesystem::path &item)
     showItems(item);
 }
 
-QCoro::Task<ProcessOutput> QtProcessRunner::run(std::filesystem::path program, QStringList arguments)
+QCoro::Task<ProcessOutput> QtProcessRunner::run(std::filesystem::path program, QStringList arguments,
+                                                std::optional<std::chrono::milliseconds> timeLimit)
 {
     ProcessOutput output;
     // A missing program would otherwise be noticed only when waiting for its
@@ -67,7 +68,12 @@ QCoro::Task<ProcessOutput> QtProcessRunner::run(std::filesystem::path program, Q
     output.started = co_await qCoro(process).start();
     if (!output.started)
         co_return output;
-    co_await qCoro(process).waitForFinished(-1);
+    const bool finished = co_await qCoro(process).waitForFinished(timeLimit ? static_cast<int>(timeLimit->count()) : -1);
+    if (!finished && process.state() != QProcess::NotRunning) {
+        output.timedOut = true;
+        process.kill();
+        co_await qCoro(process).waitForFinished(-1);
+    }
     output.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     output.standardOutput = process.readAllStandardOutput();
     output.standardError = process.readAllStandardError();
@@ -94,6 +100,20 @@ std::unique_ptr<Platform> makeLinuxPlatform()
     // snapshot tool can be named here (for demos and end-to-end checks).
     if (const QByteArray tool = qgetenv("TESSOLY_SNAPSHOT_TOOL"); !tool.isEmpty())
         platform->snapshotTool = std::filesystem::path(tool.toStdString());
+    // Docker where Linux installs it (the first that exists, else the first,
+    // which then reads as not installed); the simulator tool exists only on
+    // a Mac. Both can be named for demos and tests.
+    platform->dockerTool = "/usr/bin/docker";
+    for (const char *candidate : {"/usr/bin/docker", "/usr/local/bin/docker"}) {
+        if (::access(candidate, F_OK) == 0) {
+            platform->dockerTool = candidate;
+            break;
+        }
+    }
+    if (const QByteArray tool = qgetenv("TESSOLY_DOCKER"); !tool.isEmpty())
+        platform->dockerTool = std::filesystem::path(tool.toStdString());
+    if (const QByteArray tool = qgetenv("TESSOLY_XCRUN"); !tool.isEmpty())
+        platform->simulatorTool = std::filesystem::path(tool.toStdString());
     return platform;
 }
 

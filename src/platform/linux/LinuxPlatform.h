@@ -20,7 +20,9 @@ public:
 // QProcess with an argument vector; output read after exit.
 class QtProcessRunner final : public ProcessRunner {
 public:
-    [[nodiscard]] QCoro::Task<ProcessOutput> run(std::filesystem::path program, QStringList arguments) override;
+    using ProcessRunner::run;
+    [[nodiscard]] QCoro::Task<ProcessOutput> run(std::filesystem::path program, QStringList arguments,
+                                                 std::optional<std::chrono::milliseconds> timeLimit) override;
 };
 
 } // namespace tessoly::platform
