@@ -70,6 +70,9 @@ QString CommandLine::usage()
         "                       applies cards by their rank (--yes grants a drive's top folder for moves)\n"
         "  easy-clean           the one-button clean: every safe cache card, then hidden space, and\n"
         "                       what the disk really gained\n"
+        "  devclean             node_modules folders in your projects, Docker's unused data, simulator runtimes\n"
+        "  devclean --delete-node-modules <path> | --prune-docker | --delete-runtime <id> | --remove-unavailable\n"
+        "                       removes one of them (node_modules to the Trash unless deleteImmediately is on)\n"
         "  settings [<key> [<value>]]\n"
         "                       list the settings, show one, or change one (true/false, a number or a word)\n"
         "  help                 this text\n"
@@ -86,9 +89,11 @@ int CommandLine::usageError(const QString &message)
 
 QCoro::Task<int> CommandLine::run(QStringList arguments)
 {
-    static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete"), QStringLiteral("--yes")};
+    static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete"), QStringLiteral("--yes"),
+                                   QStringLiteral("--prune-docker"), QStringLiteral("--remove-unavailable")};
     static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes"), QStringLiteral("--to"),
-                                      QStringLiteral("--apply")};
+                                      QStringLiteral("--apply"), QStringLiteral("--delete-node-modules"),
+                                      QStringLiteral("--delete-runtime")};
     Parsed parsed;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString &argument = arguments.at(i);
@@ -136,6 +141,9 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         {"settings", 0, 2, "settings [<key> [<value>]] [--json]", {"--json"}},
         {"smart-scan", 0, 0, "smart-scan [--apply <rank>[,<rank>...]] [--yes] [--json]", {"--json", "--apply", "--yes"}},
         {"easy-clean", 0, 0, "easy-clean [--json]", {"--json"}},
+        {"devclean", 0, 0,
+         "devclean [--delete-node-modules <path> | --prune-docker | --delete-runtime <id> | --remove-unavailable] [--json]",
+         {"--json", "--delete-node-modules", "--prune-docker", "--delete-runtime", "--remove-unavailable"}},
     };
     const Shape *shape = nullptr;
     for (const Shape &candidate : shapes) {
@@ -189,6 +197,8 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         code = co_await smartScan(parsed);
     else if (parsed.command == QLatin1String("easy-clean"))
         code = co_await easyClean(parsed);
+    else if (parsed.command == QLatin1String("devclean"))
+        code = co_await devClean(parsed);
     m_out.flush();
     m_err.flush();
     co_return code;

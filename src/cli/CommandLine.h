@@ -45,6 +45,7 @@ private:
     int settings(const Parsed &parsed);
     QCoro::Task<int> smartScan(Parsed parsed);
     QCoro::Task<int> easyClean(Parsed parsed);
+    QCoro::Task<int> devClean(Parsed parsed);
     int usageError(const QString &message);
     void printJson(const QJsonValue &value);
     void showProgress(const QString &line);
