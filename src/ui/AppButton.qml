@@ -3,11 +3,12 @@ import QtQuick.Controls.Basic
 import Tessoly
 
 // The app's button: "primary" (gradient), "secondary" (outlined), "plain"
-// (borderless) or "destructive".
+// (borderless) or "destructive". While `busy`, a spinner stands in for the symbol.
 Button {
     id: control
     property string kind: "secondary"
     property string iconName: ""
+    property bool busy: false
 
     font.family: Theme.fontFamily
     font.pixelSize: Theme.bodySize
@@ -20,8 +21,16 @@ Button {
 
     contentItem: Row {
         spacing: 6
+        Spinner {
+            objectName: "buttonSpinner"
+            visible: control.busy
+            implicitWidth: 16
+            implicitHeight: 16
+            colour: label.color
+            anchors.verticalCenter: parent.verticalCenter
+        }
         Icon {
-            visible: control.iconName !== ""
+            visible: control.iconName !== "" && !control.busy
             name: control.iconName
             size: 16
             color: label.color

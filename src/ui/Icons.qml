@@ -70,7 +70,13 @@ QtObject {
         "exclamationmark.shield.fill": "gpp_maybe",
         "chart.line.uptrend.xyaxis": "trending_up",
         "slider.horizontal.3": "tune",
-        "xmark": "close"
+        "xmark": "close",
+        "cube.transparent.fill": "view_in_ar",
+        "power": "power_settings_new",
+        "hourglass": "hourglass_empty",
+        "iphone.slash": "mobile_off",
+        "lock.fill": "lock",
+        "info.circle": "info_outline"
     })
 
     function glyph(name) {
