@@ -13,6 +13,7 @@ Item {
         { key: "overview", label: "Overview", icon: "sparkles.rectangle.stack" },
         { key: "explore", label: "Explore", icon: "magnifyingglass" },
         { key: "profiles", label: "Profiles", icon: "person.crop.square.filled.and.at.rectangle" },
+        { key: "devclean", label: "Dev Clean", icon: "wrench.and.screwdriver" },
         { key: "activity", label: "Activity", icon: "clock.arrow.circlepath" }
     ]
 
@@ -46,6 +47,7 @@ Item {
             OverviewView { objectName: "overviewView" }
             ExploreView { objectName: "exploreView" }
             ProfilesView { objectName: "profilesView" }
+            DevCleanView { objectName: "devCleanView" }
             ActivityView { objectName: "activityView" }
         }
     }

@@ -22,6 +22,7 @@
 #include <atomic>
 #include <chrono>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 Q_IMPORT_QML_PLUGIN(TessolyPlugin)
@@ -111,6 +112,13 @@ public:
         auto mounts = std::make_unique<ScriptedMounts>();
         m_mounts = mounts.get();
         platform->mounts = std::move(mounts);
+        // docker and xcrun are looked for in "tools" of the test home, where
+        // the tests write fake ones (writeTool); none there reads as not
+        // installed. The variables say the same to anything that reads them.
+        platform->dockerTool = toolPath(QStringLiteral("docker"));
+        platform->simulatorTool = toolPath(QStringLiteral("xcrun"));
+        qputenv("TESSOLY_DOCKER", QByteArray::fromStdString(toolPath(QStringLiteral("docker")).native()));
+        qputenv("TESSOLY_XCRUN", QByteArray::fromStdString(toolPath(QStringLiteral("xcrun")).native()));
         m_trash = std::make_unique<platform::FreedesktopTrash>(m_home.trash(), ::getuid());
         m_history = std::make_unique<CleanupHistoryStore>(m_home.historyFile(), *m_trash);
         m_app = std::make_unique<TessolyApp>(std::move(platform), m_history.get());
@@ -260,6 +268,41 @@ public:
         m_app->forecast()->load();
     }
 
+    // A fake command-line tool ("docker", "xcrun"): a shell script at the
+    // place the app looks for it. Written beside and renamed into place, so
+    // that a script never runs half-written or while still open for writing.
+    Q_INVOKABLE QString writeTool(const QString &name, const QString &script)
+    {
+        const fs::path file = toolPath(name);
+        writeWhole(file, "#!/bin/sh\n" + script.toStdString(), 0755);
+        return QString::fromStdString(file.native());
+    }
+    Q_INVOKABLE void removeTool(const QString &name)
+    {
+        std::error_code error;
+        fs::remove(toolPath(name), error);
+    }
+
+    // A text file under the test home (recorded outputs for the fake tools, project files).
+    Q_INVOKABLE QString writeText(const QString &relative, const QString &text)
+    {
+        const fs::path file = m_home.path() / relative.toStdString();
+        writeWhole(file, text.toStdString(), 0644);
+        return QString::fromStdString(file.native());
+    }
+
+    // Sets a file's modification time to `secondsAgo` before now.
+    Q_INVOKABLE void setModified(const QString &relative, double secondsAgo)
+    {
+        const fs::path file = m_home.path() / relative.toStdString();
+        timespec times[2]{};
+        ::clock_gettime(CLOCK_REALTIME, &times[0]);
+        times[0].tv_sec -= static_cast<time_t>(secondsAgo);
+        times[1] = times[0];
+        if (::utimensat(AT_FDCWD, file.c_str(), times, 0) != 0)
+            qWarning("setModified: could not set the time of %s", file.c_str());
+    }
+
     Q_INVOKABLE bool isSymlink(const QString &path) const { return fs::is_symlink(path.toStdString()); }
     Q_INVOKABLE void clearHistory()
     {
@@ -296,6 +339,20 @@ public:
     }
 
 private:
+    [[nodiscard]] fs::path toolPath(const QString &name) const { return m_home.path() / "tools" / name.toStdString(); }
+
+    static void writeWhole(const fs::path &file, const std::string &content, mode_t mode)
+    {
+        fs::create_directories(file.parent_path());
+        const fs::path part = file.native() + ".part";
+        const int fd = ::open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+        bool written = fd >= 0 && ::write(fd, content.data(), content.size()) == static_cast<ssize_t>(content.size());
+        if (fd >= 0)
+            written = ::close(fd) == 0 && written;
+        if (!written || ::chmod(part.c_str(), mode) != 0 || ::rename(part.c_str(), file.c_str()) != 0)
+            qWarning("could not write %s", file.c_str());
+    }
+
     test::TempHome m_home;
     ScriptedMounts *m_mounts = nullptr;
     ScriptedVolumes *m_volumes = nullptr;
