@@ -77,7 +77,6 @@ Item {
         }
         ColumnLayout {
             Layout.alignment: Qt.AlignTop
-            visible: heading.figure !== ""
             spacing: 0
             Text {
                 objectName: heading.key + "Total"
@@ -91,7 +90,7 @@ Item {
             Text {
                 objectName: heading.key + "TotalCaption"
                 Layout.alignment: Qt.AlignRight
-                text: heading.figureCaption
+                text: heading.figure !== "" ? heading.figureCaption : ""
                 font.family: Theme.fontFamily
                 font.pixelSize: Theme.smallSize
                 color: Theme.tertiaryText
@@ -103,6 +102,7 @@ Item {
     component ResultLine: RowLayout {
         id: line
         property var result: null
+        property string label: "" // what the outcome is of, where its row has gone
         readonly property string message: result ? result.message : ""
         readonly property bool success: result ? result.success : false
         Layout.fillWidth: true
@@ -114,6 +114,16 @@ Item {
             name: line.success ? "checkmark.circle.fill" : "exclamationmark.triangle.fill"
             size: 16
             color: line.success ? Theme.green : Theme.orange
+        }
+        Text {
+            objectName: "resultLabel"
+            Layout.alignment: Qt.AlignTop
+            visible: line.label !== ""
+            text: line.label
+            font.family: Theme.fontFamily
+            font.pixelSize: Theme.smallSize
+            font.weight: Font.DemiBold
+            color: Theme.text
         }
         Text {
             objectName: "resultText"
@@ -310,6 +320,7 @@ Item {
                             required property int index
                             objectName: "formerFolderResult_" + index
                             result: view.resultOf(modelData)
+                            label: modelData.split("/").slice(-2, -1)[0] || ""
                         }
                     }
 
@@ -586,27 +597,39 @@ Item {
                                     font.weight: Font.DemiBold
                                     color: Theme.text
                                 }
-                                AppButton {
-                                    objectName: "deleteRuntime"
-                                    visible: runtimeRow.modelData.deletable
-                                    kind: "destructive"
-                                    iconName: "trash"
-                                    busy: runtimeRow.working
-                                    enabled: !runtimeRow.working
-                                    text: "Delete"
-                                    onClicked: view.devClean.deleteRuntimeWithId(runtimeRow.modelData.id)
-                                }
-                                RowLayout { // in place of the button when the tool keeps this one
-                                    objectName: "runtimeKept"
-                                    visible: !runtimeRow.modelData.deletable
-                                    spacing: 4
-                                    Icon { name: "lock.fill"; size: 14; color: Theme.mutedText }
-                                    Text {
-                                        objectName: "runtimeKeptText"
-                                        text: "Not deletable"
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: Theme.smallSize
-                                        color: Theme.mutedText
+                                Item { // the action's slot: as wide in every row (a hidden item measures
+                                       // narrow, hence the floor), so that the sizes line up
+                                    implicitWidth: Math.max(deleteRuntimeButton.implicitWidth, keptLabel.implicitWidth, 100)
+                                    implicitHeight: Math.max(deleteRuntimeButton.implicitHeight, keptLabel.implicitHeight)
+                                    AppButton {
+                                        id: deleteRuntimeButton
+                                        objectName: "deleteRuntime"
+                                        anchors.right: parent.right
+                                        anchors.verticalCenter: parent.verticalCenter
+                                        visible: runtimeRow.modelData.deletable
+                                        kind: "destructive"
+                                        iconName: "trash"
+                                        busy: runtimeRow.working
+                                        enabled: !runtimeRow.working
+                                        text: "Delete"
+                                        onClicked: view.devClean.deleteRuntimeWithId(runtimeRow.modelData.id)
+                                    }
+                                    Row { // in place of the button when the tool keeps this one
+                                        id: keptLabel
+                                        objectName: "runtimeKept"
+                                        anchors.right: parent.right
+                                        anchors.verticalCenter: parent.verticalCenter
+                                        visible: !runtimeRow.modelData.deletable
+                                        spacing: 4
+                                        Icon { name: "lock.fill"; size: 14; color: Theme.mutedText; anchors.verticalCenter: parent.verticalCenter }
+                                        Text {
+                                            objectName: "runtimeKeptText"
+                                            anchors.verticalCenter: parent.verticalCenter
+                                            text: "Not deletable"
+                                            font.family: Theme.fontFamily
+                                            font.pixelSize: Theme.smallSize
+                                            color: Theme.mutedText
+                                        }
                                     }
                                 }
                             }

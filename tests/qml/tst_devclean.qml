@@ -142,13 +142,16 @@ esac
             compare(child("nodeModulesDescription").text, "Deleting is safe — package.json stays, npm install rebuilds.")
             compare(child("nodeModulesEmpty").text, "No node_modules folders of meaningful size found in your project folders.")
             verify(child("nodeModulesEmpty").visible)
-            verify(!child("nodeModulesTotal").visible)
+            compare(child("nodeModulesTotal").text, "")
+            compare(child("nodeModulesTotalCaption").text, "")
             compare(child("dockerStatusText").text,
                     "Docker isn't running. Start Docker Desktop, then re-scan to see how much is reclaimable.")
             compare(child("simulatorsTitle").text, "iOS simulator runtimes")
             compare(child("simulatorsDescription").text,
                     "Each runtime is a 5–8 GB disk image. Deleted ones re-download from Xcode when needed.")
             verify(child("runtimesEmpty").visible)
+            compare(child("simulatorsTotal").text, "")
+            compare(child("simulatorsTotalCaption").text, "")
             compare(child("runtimesEmpty").text, "No simulator runtimes installed (or Xcode isn't set up on this Mac).")
             verify(!child("orphanedDevices").visible)
             verify(!child("orphanedResult").visible)
@@ -271,6 +274,7 @@ esac
             verify(moved.visible)
             compare(moved.message, "Moved to Trash — empty the Trash to reclaim " + Format.bytes(first.bytes) + ".")
             compare(child("resultIcon", moved).name, "checkmark.circle.fill")
+            compare(child("resultLabel", moved).text, "webshop") // the row is gone: the outcome says whose it was
             compare(child("nodeModulesTotal").text, Format.bytes(second.bytes))
             compare(child("nodeModulesTotalCaption").text, "in 1 folder")
             compare(child("projectName", child("nodeModulesRow_0")).text, "old-site")
@@ -284,9 +288,10 @@ esac
             wait(20)
             verify(!Hooks.exists(Hooks.homePath() + "/code/old-site/node_modules"))
             verify(child("nodeModulesEmpty").visible)
-            verify(!child("nodeModulesTotal").visible)
+            compare(child("nodeModulesTotal").text, "")
             // Both outcomes, in the order of their folders' paths.
             compare(child("formerFolderResult_0").message, "Deleted — run npm install in old-site if you return to it.")
+            compare(child("resultLabel", child("formerFolderResult_0")).text, "old-site")
             compare(child("formerFolderResult_1").message,
                     "Moved to Trash — empty the Trash to reclaim " + Format.bytes(first.bytes) + ".")
 
