@@ -166,6 +166,7 @@ Item {
 
     ScrollView {
         id: scroller
+        objectName: "devCleanScroll"
         anchors.fill: parent
         contentWidth: availableWidth
         clip: true

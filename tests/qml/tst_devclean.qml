@@ -59,11 +59,20 @@ esac
             return found
         }
 
+        // Clicks an item of the page after scrolling it into view.
+        function click(item) {
+            const flick = child("devCleanScroll").contentItem
+            const y = item.mapToItem(flick.contentItem, 0, 0).y
+            flick.contentY = Math.max(0, Math.min(y - 40, flick.contentHeight - flick.height))
+            wait(0)
+            mouseClick(item)
+        }
+
         function scan() {
             const button = child("scanButton")
             tryCompare(button, "enabled", true)
             scanSpy.clear()
-            mouseClick(button)
+            click(button)
             // A scan of a small home may end within the click: count its start and its end.
             tryVerify(() => scanSpy.count >= 2 && !devClean.isScanning, 20000, "a scan finished")
             wait(20) // let the rows lay out
@@ -93,7 +102,10 @@ esac
         SignalSpy { id: scanSpy; target: Services.devClean; signalName: "isScanningChanged" }
 
         function cleanup() {
+            root.width = 1240
+            root.height = 900
             Hooks.removePath("tools/hold")
+            Hooks.removePath("code")
             Services.settings.deleteImmediately = false
         }
 
@@ -204,12 +216,12 @@ esac
 
             // The button shows the prune running, then its outcome and the new status.
             Hooks.writeText("tools/hold", "")
-            mouseClick(prune)
+            click(prune)
             tryVerify(() => devClean.workingIds.indexOf("docker") >= 0)
             verify(!prune.enabled)
             verify(prune.busy)
             compare(prune.text, "Pruning…")
-            mouseClick(prune) // disabled: one prune at a time
+            click(prune) // disabled: one prune at a time
             Hooks.removePath("tools/hold")
             const result = child("dockerResult")
             tryCompare(result, "visible", true, 10000)
@@ -221,13 +233,55 @@ esac
 
             // Nothing left: the prune says so.
             Hooks.writeText("tools/docker-prune.txt", "Total reclaimed space: 0B\n")
-            mouseClick(prune)
+            click(prune)
             tryCompare(result, "message", "Prune ran — nothing unused to remove.", 10000)
             tryCompare(prune, "enabled", true)
 
             // A new scan starts without the last outcomes.
             scan()
             verify(!result.visible)
+        }
+
+        // The screen's share of the smallest window (980 x 640 less the sidebar):
+        // texts, figures and buttons stand side by side without overlapping.
+        function test_narrow_window_keeps_rows_apart() {
+            root.width = 744
+            root.height = 640
+            Hooks.makeAllocated("code/a-project-with-a-rather-long-name-that-a-narrow-window-has-to-shorten-somewhere/node_modules/pkg/blob.bin", 55 * 1048576)
+            const runtimes = {}
+            runtimes.K = runtime("K", "iOS-16-4", 6100000000, { deletable: false })
+            runtimes.D = runtime("D", "iOS-17-2", 7400000000, { deletable: true })
+            Hooks.writeText("tools/runtimes.json", JSON.stringify(runtimes))
+            Hooks.writeText("tools/devices.json", devices(3))
+            Hooks.writeTool("xcrun", xcrunScript)
+            scan()
+            wait(50)
+
+            const box = item => {
+                const at = item.mapToItem(root, 0, 0)
+                return { left: at.x, top: at.y, right: at.x + item.width, bottom: at.y + item.height }
+            }
+            const before = (a, b, what) => verify(box(a).right <= box(b).left + 0.5, what + ": " + box(a).right + " > " + box(b).left)
+            before(child("headerBody"), child("scanButton"), "header text and scan button")
+            before(child("nodeModulesDescription"), child("nodeModulesTotal"), "note and total")
+            const folder = child("nodeModulesRow_0")
+            for (const name of ["projectName", "folderPath", "projectActivity"])
+                before(child(name, folder), child("folderSize", folder), name + " and size")
+            before(child("folderSize", folder), child("deleteFolder", folder), "size and button")
+            verify(child("projectName", folder).truncated) // the long name is elided, not drawn under the size
+            before(child("simulatorsDescription"), child("simulatorsTotal"), "description and total")
+            const sizes = []
+            for (let i = 0; i < 2; ++i) {
+                const row = child("runtimeRow_" + i)
+                before(child("runtimeName", row), child("runtimeSize", row), "runtime name and size")
+                sizes.push(box(child("runtimeSize", row)).right)
+            }
+            compare(sizes[0], sizes[1]) // with or without a delete button, the sizes line up
+            before(child("orphanedDescription"), child("removeOrphaned"), "orphaned text and button")
+            for (const card of ["devCleanHeader", "nodeModulesCard", "dockerCard", "simulatorsCard"])
+                verify(box(child(card)).right <= root.width, card + " fits")
+
+            Hooks.removeTool("xcrun")
         }
 
         function test_node_modules_rows_and_their_deletion() {
@@ -265,7 +319,7 @@ esac
             // To the Trash while the setting is off; the outcome stays when the row goes.
             const trash = child("deleteFolder", webshop)
             compare(trash.text, "Move to Trash")
-            mouseClick(trash)
+            click(trash)
             tryVerify(() => devClean.nodeModules.length === 1, 10000)
             wait(20)
             verify(!Hooks.exists(Hooks.homePath() + "/code/webshop/node_modules"))
@@ -283,7 +337,7 @@ esac
             Services.settings.deleteImmediately = true
             const remove = child("deleteFolder", child("nodeModulesRow_0"))
             compare(remove.text, "Delete")
-            mouseClick(remove)
+            click(remove)
             tryVerify(() => devClean.nodeModules.length === 0, 10000)
             wait(20)
             verify(!Hooks.exists(Hooks.homePath() + "/code/old-site/node_modules"))
@@ -295,7 +349,6 @@ esac
             compare(child("formerFolderResult_1").message,
                     "Moved to Trash — empty the Trash to reclaim " + Format.bytes(first.bytes) + ".")
 
-            Hooks.removePath("code")
             Hooks.removePath(".local/share/Trash")
         }
 
@@ -346,7 +399,7 @@ esac
             // A delete the tool carries out: the runtime leaves, its outcome stays.
             Hooks.writeText("tools/hold", "")
             const deleteFirst = child("deleteRuntime", child("runtimeRow_0"))
-            mouseClick(deleteFirst)
+            click(deleteFirst)
             tryVerify(() => devClean.workingIds.indexOf(ios17) >= 0)
             verify(deleteFirst.busy)
             verify(!deleteFirst.enabled)
@@ -362,7 +415,7 @@ esac
             // A delete the tool refuses: the runtime stays, with the tool's words under it.
             const watchRow = child("runtimeRow_1")
             compare(child("runtimeName", watchRow).text, "watchOS 10.0")
-            mouseClick(child("deleteRuntime", watchRow))
+            click(child("deleteRuntime", watchRow))
             tryVerify(() => devClean.results[watch] !== undefined, 10000)
             wait(20)
             const refused = child("runtimeResult", child("runtimeRow_1"))
@@ -374,7 +427,7 @@ esac
             // Removing the orphaned devices: the block goes, the outcome stays.
             const remove = child("removeOrphaned")
             Hooks.writeText("tools/hold", "")
-            mouseClick(remove)
+            click(remove)
             tryVerify(() => devClean.workingIds.indexOf("sim.unavailable") >= 0)
             verify(remove.busy)
             verify(!remove.enabled)
