@@ -6,6 +6,8 @@
 //   nodemodules_bench [home folder]   (default: /tmp/tessoly-nodemodules-bench, made on first use)
 #include "cleaning/NodeModulesSearch.h"
 
+#include "BenchSupport.h"
+
 #include <QCoreApplication>
 #include <QProcess>
 #include <algorithm>
@@ -16,20 +18,9 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
+using namespace bench;
 
 namespace {
-
-void makeFile(const fs::path &path, std::size_t size)
-{
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        return;
-    static const std::string data(32768, 'x');
-    if (size > 0 && ::write(fd, data.data(), size) < 0)
-        std::perror("write");
-    ::close(fd);
-}
 
 // 60 projects under code/ and Projects/: each has sources, a build folder,
 // and a node_modules of 200 packages x 20 files (plus nested node_modules).
@@ -51,24 +42,6 @@ void buildHome(const fs::path &home)
                 makeFile(package / ("index" + std::to_string(f) + ".js"), (n++ * 104729) % 30000);
         }
     }
-}
-
-double seconds(Clock::duration d)
-{
-    return std::chrono::duration<double>(d).count();
-}
-
-template <typename F>
-double median(int runs, F &&run)
-{
-    std::vector<double> times;
-    for (int i = 0; i < runs; ++i) {
-        const auto start = Clock::now();
-        run();
-        times.push_back(seconds(Clock::now() - start));
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
 }
 
 } // namespace

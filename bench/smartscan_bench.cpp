@@ -14,6 +14,8 @@
 #include "platform/linux/FreedesktopTrash.h"
 #include "recommendations/SmartScanService.h"
 
+#include "BenchSupport.h"
+
 #include <QCoreApplication>
 #include <algorithm>
 #include <chrono>
@@ -25,20 +27,9 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
+using namespace bench;
 
 namespace {
-
-void makeFile(const fs::path &path, std::size_t size)
-{
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        return;
-    static const std::string data(16384, 'x');
-    if (size > 0 && ::write(fd, data.data(), size) < 0)
-        std::perror("write");
-    ::close(fd);
-}
 
 // Files per catalogue folder, under the home (XDG defaults).
 struct Spread {
@@ -69,24 +60,6 @@ void buildHome(const fs::path &home)
             makeFile(folder / ("f" + std::to_string(i)), (n++ * 7919) % 12000);
         }
     }
-}
-
-double seconds(Clock::duration d)
-{
-    return std::chrono::duration<double>(d).count();
-}
-
-template <typename F>
-double median(int runs, F &&run)
-{
-    std::vector<double> times;
-    for (int i = 0; i < runs; ++i) {
-        const auto start = Clock::now();
-        run();
-        times.push_back(seconds(Clock::now() - start));
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
 }
 
 } // namespace

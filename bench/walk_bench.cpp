@@ -4,6 +4,8 @@
 //   walk_bench [tree folder]    (default: /tmp/tessoly-walk-bench, made on first use)
 #include "platform/FileWalker.h"
 
+#include "BenchSupport.h"
+
 #include <QCoreApplication>
 #include <QProcess>
 #include <chrono>
@@ -15,20 +17,9 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
+using namespace bench;
 
 namespace {
-
-void makeFile(const fs::path &path, std::size_t size)
-{
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        return;
-    static const std::string data(65536, 'x');
-    if (size > 0 && ::write(fd, data.data(), size) < 0)
-        std::perror("write");
-    ::close(fd);
-}
 
 // 40 projects x 10 modules x 5 folders x 100 files, with hidden folders,
 // symlinks (to files and folders) and hard links sprinkled in.
@@ -52,23 +43,6 @@ void buildTree(const fs::path &root)
             }
         }
     }
-}
-
-double seconds(Clock::duration d)
-{
-    return std::chrono::duration<double>(d).count();
-}
-
-template <typename F>
-double best(int runs, F &&run)
-{
-    double fastest = 1e9;
-    for (int i = 0; i < runs; ++i) {
-        const auto start = Clock::now();
-        run();
-        fastest = std::min(fastest, seconds(Clock::now() - start));
-    }
-    return fastest;
 }
 
 QByteArray output(const QString &program, const QStringList &arguments)

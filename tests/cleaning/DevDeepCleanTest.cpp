@@ -21,15 +21,6 @@ namespace {
 
 constexpr qint64 MiB = 1 << 20;
 
-void allocateFile(const fs::path &file, qint64 bytes)
-{
-    fs::create_directories(file.parent_path());
-    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(::posix_fallocate(fd, 0, bytes), 0);
-    ::close(fd);
-}
-
 // A program that answers from a script of shell cases on "$*".
 fs::path fakeTool(const fs::path &folder, const std::string &name, const std::string &cases)
 {
@@ -64,7 +55,7 @@ struct DevClean : ::testing::Test {
 
 TEST_F(DevClean, AScanPublishesTheThreeFindings)
 {
-    allocateFile(home.path() / "code/site/node_modules/react/index.js", 60 * MiB);
+    allocate(home.path() / "code/site/node_modules/react/index.js", 60 * MiB);
     writeFile(home.path() / "code/site/package.json", "{}");
     const fs::path docker = fakeTool(tools, "docker",
                                      "'system df --format {{json .}}') printf '%s\\n' "
@@ -99,7 +90,7 @@ TEST_F(DevClean, DockerMissingStoppedOrHungAndNoSimulatorToolOnLinux)
     EXPECT_TRUE(dev->runtimes().empty()); // no xcrun: an empty list, not an error
 
     // A daemon that hangs: the scan ends at the time limit, the other jobs' results stand.
-    allocateFile(home.path() / "Projects/api/node_modules/x/blob", 60 * MiB);
+    allocate(home.path() / "Projects/api/node_modules/x/blob", 60 * MiB);
     const fs::path hung = fakeTool(tools, "docker-hung", "*) sleep 60 ;;");
     auto patient = make(hung, std::nullopt, std::chrono::milliseconds(1000));
     QElapsedTimer clock;
@@ -145,7 +136,7 @@ TEST_F(DevClean, PruneAndRuntimeActionsSayWhatTheToolsDid)
 TEST_F(DevClean, NodeModulesGoToTheTrashWholeWithOneLogEntry)
 {
     const fs::path modules = home.path() / "Desktop/site/node_modules";
-    allocateFile(modules / "react/index.js", 60 * MiB);
+    allocate(modules / "react/index.js", 60 * MiB);
     writeFile(modules / "react/package.json", "{\"name\":\"react\"}");
     auto dev = make(tools / "none");
     runTask(dev->scan());
@@ -166,7 +157,7 @@ TEST_F(DevClean, NodeModulesGoToTheTrashWholeWithOneLogEntry)
     EXPECT_FALSE(entry.items[0].trashedPath.has_value()); // dependencies are reinstalled, not restored
 
     // A folder that is gone by the time of the click stays listed with words.
-    allocateFile(home.path() / "code/gone/node_modules/x/blob", 60 * MiB);
+    allocate(home.path() / "code/gone/node_modules/x/blob", 60 * MiB);
     runTask(dev->scan());
     const NodeModulesFinding gone = dev->nodeModules().at(0);
     fs::remove_all(gone.url);
@@ -177,7 +168,7 @@ TEST_F(DevClean, NodeModulesGoToTheTrashWholeWithOneLogEntry)
 
     // For good when the setting says so.
     defaults.set("TessolySettings.deleteImmediately", true);
-    allocateFile(home.path() / "code/gone/node_modules/x/blob", 60 * MiB);
+    allocate(home.path() / "code/gone/node_modules/x/blob", 60 * MiB);
     runTask(dev->scan());
     runTask(dev->deleteNodeModules(dev->nodeModules().at(0)));
     EXPECT_EQ(dev->result(gone.id())->message, "Deleted — run npm install in gone if you return to it.");

@@ -17,20 +17,6 @@ namespace {
 
 constexpr qint64 MiB = 1 << 20;
 
-// Files adding up to exactly `bytes` allocated bytes (small extents stay exact).
-void fill(const fs::path &folder, qint64 bytes)
-{
-    fs::create_directories(folder);
-    for (int i = 0; bytes > 0; ++i) {
-        const qint64 size = std::min<qint64>(bytes, 8 * MiB);
-        const int fd = ::open((folder / ("f" + std::to_string(i))).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        ASSERT_GE(fd, 0);
-        ASSERT_EQ(::posix_fallocate(fd, 0, size), 0);
-        ::close(fd);
-        bytes -= size;
-    }
-}
-
 void touch(const fs::path &file, qint64 seconds)
 {
     writeFile(file, "x");
@@ -53,19 +39,19 @@ TEST(NodeModulesSearch, DepthFloorLinksHiddenFoldersAndNesting)
     TempHome home;
     const fs::path &h = home.path();
     // Depth counts from the root: Projects/a/b/c/d/node_modules is at depth 5.
-    fill(h / "Projects/a/b/c/deep5/node_modules/pkg", 60 * MiB);
-    fill(h / "Projects/a/b/c/d/deep6/node_modules/pkg", 60 * MiB);
+    fillExactly(h / "Projects/a/b/c/deep5/node_modules/pkg", 60 * MiB);
+    fillExactly(h / "Projects/a/b/c/d/deep6/node_modules/pkg", 60 * MiB);
     // The floor: exactly 50 MiB stays out, one block more is in.
-    fill(h / "code/exact/node_modules/pkg", 50 * MiB);
-    fill(h / "code/above/node_modules/pkg", 50 * MiB + 4096);
+    fillExactly(h / "code/exact/node_modules/pkg", 50 * MiB);
+    fillExactly(h / "code/above/node_modules/pkg", 50 * MiB + 4096);
     ASSERT_EQ(platform::walkTree(h / "code/exact/node_modules").allocatedBytes, 50 * MiB);
     // Nested node_modules are part of the outer one, never a find of their own.
-    fill(h / "work/app/node_modules/left-pad/node_modules/inner", 70 * MiB);
+    fillExactly(h / "work/app/node_modules/left-pad/node_modules/inner", 70 * MiB);
     // A symbolic link named node_modules, a hidden folder and a folder outside the roots.
-    fill(h / "elsewhere/store/node_modules", 80 * MiB);
+    fillExactly(h / "elsewhere/store/node_modules", 80 * MiB);
     fs::create_directories(h / "dev/linked");
     fs::create_directory_symlink(h / "elsewhere/store/node_modules", h / "dev/linked/node_modules");
-    fill(h / "dev/.hidden-project/node_modules/pkg", 80 * MiB);
+    fillExactly(h / "dev/.hidden-project/node_modules/pkg", 80 * MiB);
 
     const auto findings = NodeModulesSearch::find(h);
     EXPECT_EQ(projects(findings), (std::vector<std::string>{"app", "deep5", "above"}));
@@ -80,7 +66,7 @@ TEST(NodeModulesSearch, ProjectActivityIsItsOwnVisibleFilesThreeLevelsDown)
 {
     TempHome home;
     const fs::path project = home.path() / "Projects/site";
-    fill(project / "node_modules/pkg", 60 * MiB);
+    fillExactly(project / "node_modules/pkg", 60 * MiB);
     EXPECT_FALSE(NodeModulesSearch::projectLastUsed(project)); // only node_modules: no activity
     touch(project / ".env", 1'800'000'000);                   // hidden: not activity
     EXPECT_FALSE(NodeModulesSearch::projectLastUsed(project));

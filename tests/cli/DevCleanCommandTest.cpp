@@ -4,7 +4,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -16,10 +15,7 @@ TEST(DevCleanCommand, ListsFindingsAndRunsOneActionAtATime)
 {
     TempHome home;
     const fs::path blob = home.path() / "Projects/shop/node_modules/lodash/blob";
-    fs::create_directories(blob.parent_path());
-    const int fd = ::open(blob.c_str(), O_WRONLY | O_CREAT, 0644);
-    ASSERT_EQ(::posix_fallocate(fd, 0, 80 << 20), 0);
-    ::close(fd);
+    allocate(blob, 80 << 20);
     const fs::path docker = home.path() / "fake-docker";
     writeFile(docker, "#!/bin/sh\ncase \"$1 $2\" in\n'system df') echo '{\"Reclaimable\":\"3.1GB (80%)\"}' ;;\n"
                       "'system prune') echo 'Total reclaimed space: 3.1GB' ;;\nesac\n");

@@ -27,28 +27,6 @@ ScanHome::ScanHome(std::optional<fs::path> snapshotTool)
 
 ScanHome::~ScanHome() = default;
 
-void allocate(const fs::path &file, qint64 bytes)
-{
-    fs::create_directories(file.parent_path());
-    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0)
-        throw std::runtime_error("can't create " + file.native());
-    const int failed = bytes > 0 ? ::posix_fallocate(fd, 0, bytes) : 0;
-    ::close(fd);
-    if (failed != 0)
-        throw std::runtime_error("can't allocate " + file.native());
-}
-
-void fillExactly(const fs::path &folder, qint64 bytes)
-{
-    constexpr qint64 piece = 64LL << 20;
-    for (int i = 0; bytes > 0; ++i) {
-        const qint64 size = std::min(bytes, piece);
-        allocate(folder / ("part-" + std::to_string(i)), size);
-        bytes -= size;
-    }
-}
-
 std::string inodeListing(const fs::path &root, bool withInodes)
 {
     std::vector<std::string> lines;

@@ -42,12 +42,6 @@ struct ScanHome {
     SmartScanService &smart() const { return *app->smartScan(); }
 };
 
-// A file of exactly `bytes` allocated bytes (a multiple of 4096, at most
-// 64 MiB per file so that each stays one extent); folders made as needed.
-void allocate(const std::filesystem::path &file, qint64 bytes);
-// Files in a folder adding up to exactly `bytes` allocated bytes.
-void fillExactly(const std::filesystem::path &folder, qint64 bytes);
-
 // A cheap signature of a tree: each entry's relative path, type, size and
 // inode (the same inode means the very file came back, not a copy).
 // Without inodes it compares a copy with its original.

@@ -4,6 +4,8 @@
 #include <QProcess>
 #include <algorithm>
 #include <cstdlib>
+#include <fcntl.h>
+#include <stdexcept>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -25,6 +27,28 @@ TempHome::TempHome()
     ::setenv("XDG_CONFIG_HOME", (m_path / ".config").c_str(), 1);
     ::setenv("XDG_CACHE_HOME", (m_path / ".cache").c_str(), 1);
     ::setenv("XDG_STATE_HOME", (m_path / ".local/state").c_str(), 1);
+}
+
+void allocate(const fs::path &file, qint64 bytes)
+{
+    fs::create_directories(file.parent_path());
+    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (fd < 0)
+        throw std::runtime_error("can't create " + file.native());
+    const int failed = bytes > 0 ? ::posix_fallocate(fd, 0, bytes) : 0;
+    ::close(fd);
+    if (failed != 0)
+        throw std::runtime_error("can't allocate " + file.native());
+}
+
+void fillExactly(const fs::path &folder, qint64 bytes)
+{
+    constexpr qint64 piece = 64LL << 20;
+    for (int i = 0; bytes > 0; ++i) {
+        const qint64 size = std::min(bytes, piece);
+        allocate(folder / ("part-" + std::to_string(i)), size);
+        bytes -= size;
+    }
 }
 
 TempHome::~TempHome()

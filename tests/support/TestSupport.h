@@ -47,6 +47,12 @@ std::vector<ProcessRun> runTogether(const std::vector<Command> &commands);
 // File helpers for building trees.
 void writeFile(const std::filesystem::path &path, const std::string &content);
 [[nodiscard]] std::string readFile(const std::filesystem::path &path);
+// A file of exactly `bytes` allocated bytes (a multiple of 4096, at most
+// 64 MiB per file so that each stays one extent); folders made as needed.
+// Throws when the file system refuses.
+void allocate(const std::filesystem::path &file, qint64 bytes);
+// Files in a folder adding up to exactly `bytes` allocated bytes.
+void fillExactly(const std::filesystem::path &folder, qint64 bytes);
 // A listing of a tree (relative path, type, size, content digest) to compare two trees.
 [[nodiscard]] std::string describeTree(const std::filesystem::path &root);
 
