@@ -1,11 +1,15 @@
 #include "application/TessolyApp.h"
 
+#include "analysis/AppStorageScanner.h"
 #include "analysis/DiskForecast.h"
+#include "analysis/UniversalSearchService.h"
 #include "analysis/DiskScanner.h"
 #include "cleaning/CleanupHistoryModel.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
 #include "cleaning/DevDeepClean.h"
+#include "cleaning/DuplicateFinder.h"
+#include "cleaning/SystemDataXRay.h"
 #include "cleaning/HiddenSpaceCard.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/OnboardingState.h"
@@ -42,6 +46,7 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_decliningPrompter = std::make_unique<platform::DecliningPrompter>();
     m_destinations = new ExternalDestinationStore(*m_platform->defaults, *m_decliningPrompter, *m_platform->revealer, this);
     m_maintenance = new MaintenanceService(home, *m_platform->volumes, *m_platform->processes, m_platform->snapshotTool, this);
+    m_xray = new SystemDataXRay(home, *m_platform, *m_history, this);
     m_moveOperations = std::make_unique<MoveFileOperations>(*m_platform->trash, *m_platform->volumes);
     m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history);
     m_smartScan = new SmartScanService(
@@ -57,6 +62,22 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_moveSuggestions = new MoveSuggestions(home, this);
     m_easyClean = new EasyCleanFlow(*m_scanner, *m_smartScan, *m_maintenance, this);
     m_moveController = new MoveController(*m_drives, *m_destinations, *m_mover, *m_platform->defaults, homePath(), this);
+}
+
+AppStorageScanner *TessolyApp::makeAppStorageScanner(QObject *parent) const
+{
+    return new AppStorageScanner(m_platform->locations->home(), parent);
+}
+
+DuplicateFinder *TessolyApp::makeDuplicateFinder(QObject *parent) const
+{
+    return new DuplicateFinder(m_platform->locations->home(), *m_platform->trash, *m_history,
+                               m_platform->locations->caches() / "content-hashes", parent);
+}
+
+UniversalSearchService *TessolyApp::makeSearch(QObject *parent) const
+{
+    return new UniversalSearchService(m_platform->locations->home(), parent);
 }
 
 void TessolyApp::setPrompter(platform::Prompter *prompter)

@@ -25,6 +25,10 @@ class MaintenanceService;
 class CleanupHistoryStore;
 class DiskForecast;
 class DiskScanner;
+class AppStorageScanner;
+class DuplicateFinder;
+class SystemDataXRay;
+class UniversalSearchService;
 class EasyCleanFlow;
 class SmartScanService;
 class OnboardingState;
@@ -53,6 +57,12 @@ public:
     // node_modules, Docker and simulator runtimes.
     [[nodiscard]] DevDeepClean *devClean() const { return m_devClean; }
     [[nodiscard]] SettingsStore *settings() const { return m_settings; }
+    // The System Data X-Ray.
+    [[nodiscard]] SystemDataXRay *xray() const { return m_xray; }
+    // The Explore tools live as long as their screen: each call makes a new one, owned by parent.
+    [[nodiscard]] AppStorageScanner *makeAppStorageScanner(QObject *parent) const;
+    [[nodiscard]] DuplicateFinder *makeDuplicateFinder(QObject *parent) const;
+    [[nodiscard]] UniversalSearchService *makeSearch(QObject *parent) const;
     [[nodiscard]] CleanupHistoryStore &history() const { return *m_history; }
     [[nodiscard]] CleanupHistoryModel *historyModel() const { return m_historyModel; }
     [[nodiscard]] MaintenanceService *maintenance() const { return m_maintenance; }
@@ -99,6 +109,7 @@ private:
     DevDeepClean *m_devClean = nullptr;
     SettingsStore *m_settings = nullptr;
     MaintenanceService *m_maintenance = nullptr;
+    SystemDataXRay *m_xray = nullptr;
     CleanupService *m_cleanup = nullptr;
     CleanupHistoryModel *m_historyModel = nullptr;
     HiddenSpaceCard *m_hiddenSpace = nullptr;

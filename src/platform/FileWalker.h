@@ -19,6 +19,8 @@ struct WalkedFile {
     qint64 modifiedSeconds = 0;    // only with WalkOptions::fileDetails
     quint64 device = 0;            // only with WalkOptions::fileDetails
     quint64 inode = 0;             // only with WalkOptions::fileDetails
+    qint64 modifiedNanoseconds = 0; // whole time in ns since 1970; only with WalkOptions::fileDetails
+    qint64 changedNanoseconds = 0;  // inode change time, likewise
 };
 
 struct WalkOptions {

@@ -15,6 +15,8 @@ public:
     [[nodiscard]] virtual std::filesystem::path applicationSupport() const = 0;
     // The app's preferences folder (the defaults file lives here).
     [[nodiscard]] virtual std::filesystem::path preferences() const = 0;
+    // The app's own caches (what may go at any time); created on demand by callers.
+    [[nodiscard]] virtual std::filesystem::path caches() const = 0;
 };
 
 // Where the data of a named location lives on this system. Names are the

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "analysis/AppStorageScanner.h"
 #include "analysis/DiskScanner.h"
+#include "analysis/UniversalSearchService.h"
 #include "cleaning/CleanupHistoryModel.h"
 #include "cleaning/CleanupService.h"
 #include "cleaning/DevDeepClean.h"
+#include "cleaning/DuplicateFinder.h"
+#include "cleaning/SystemDataXRay.h"
 #include "cleaning/HiddenSpaceCard.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/OnboardingState.h"
@@ -47,6 +51,7 @@ class Services : public QObject {
     Q_PROPERTY(tessoly::SmartScanService *smartScan READ smartScan CONSTANT)
     Q_PROPERTY(tessoly::EasyCleanFlow *easyClean READ easyClean CONSTANT)
     Q_PROPERTY(tessoly::DevDeepClean *devClean READ devClean CONSTANT)
+    Q_PROPERTY(tessoly::SystemDataXRay *xray READ xray CONSTANT)
     Q_PROPERTY(QString homePath READ homePath CONSTANT)
 
 public:
@@ -70,6 +75,11 @@ public:
     [[nodiscard]] SmartScanService *smartScan() const { return m_app->smartScan(); }
     [[nodiscard]] EasyCleanFlow *easyClean() const { return m_app->easyClean(); }
     [[nodiscard]] DevDeepClean *devClean() const { return m_app->devClean(); }
+    [[nodiscard]] SystemDataXRay *xray() const { return m_app->xray(); }
+    // The Explore tools, new for each screen that asks and gone with it (owner).
+    Q_INVOKABLE tessoly::AppStorageScanner *newAppStorageScanner(QObject *owner) const { return m_app->makeAppStorageScanner(owner); }
+    Q_INVOKABLE tessoly::DuplicateFinder *newDuplicateFinder(QObject *owner) const { return m_app->makeDuplicateFinder(owner); }
+    Q_INVOKABLE tessoly::UniversalSearchService *newSearch(QObject *owner) const { return m_app->makeSearch(owner); }
     [[nodiscard]] QString homePath() const { return m_app->homePath(); }
 
     Q_INVOKABLE void reveal(const QString &path) { m_app->reveal(path); }
@@ -173,6 +183,26 @@ struct SmartScanServiceForeign {
 struct DevDeepCleanForeign {
     Q_GADGET
     QML_FOREIGN(tessoly::DevDeepClean)
+    QML_ANONYMOUS
+};
+struct SystemDataXRayForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::SystemDataXRay)
+    QML_ANONYMOUS
+};
+struct AppStorageScannerForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::AppStorageScanner)
+    QML_ANONYMOUS
+};
+struct DuplicateFinderForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::DuplicateFinder)
+    QML_ANONYMOUS
+};
+struct UniversalSearchServiceForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::UniversalSearchService)
     QML_ANONYMOUS
 };
 struct EasyCleanFlowForeign {

@@ -98,6 +98,11 @@ struct Dirent64 {
     char d_name[];
 };
 
+qint64 nanoseconds(const struct statx_timestamp &time)
+{
+    return static_cast<qint64>(time.tv_sec) * 1000000000 + time.tv_nsec;
+}
+
 class Worker {
 public:
     Worker(const WalkOptions &options, JobQueue &queue, std::size_t roots)
@@ -129,7 +134,7 @@ private:
         WalkTotals &totals = m_totals[job.root];
         ++totals.folders;
         const unsigned mask = m_options.fileDetails || m_options.dataExtents
-            ? (STATX_TYPE | STATX_BLOCKS | STATX_SIZE | STATX_MTIME | STATX_INO)
+            ? (STATX_TYPE | STATX_BLOCKS | STATX_SIZE | STATX_MTIME | STATX_CTIME | STATX_INO)
             : (STATX_TYPE | STATX_BLOCKS);
         for (;;) {
             const ssize_t got = ::getdents64(fd, m_buffer.get(), kBufferSize);
@@ -167,7 +172,8 @@ private:
                     if (m_options.onFile) {
                         m_options.onFile(WalkedFile{job.root, job.folder, name, bytes, static_cast<qint64>(st.stx_size),
                                                     static_cast<qint64>(st.stx_mtime.tv_sec),
-                                                    (quint64(st.stx_dev_major) << 32) | st.stx_dev_minor, st.stx_ino});
+                                                    (quint64(st.stx_dev_major) << 32) | st.stx_dev_minor, st.stx_ino,
+                                                    nanoseconds(st.stx_mtime), nanoseconds(st.stx_ctime)});
                     }
                 } else if (type == DT_DIR) {
                     if (m_options.maxDepth >= 0 && job.depth + 1 > m_options.maxDepth)

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <optional>
 #include <pwd.h>
+#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,8 +25,9 @@ fs::path xdgOr(const char *variable, const fs::path &fallback)
     return fallback;
 }
 
-// The base folders the table's rows hang from.
-enum class Base { Home, Cache, Data, UserDir };
+// The base folders the table's rows hang from. Root is an absolute path;
+// SwapFiles stands for the swap files the kernel uses now.
+enum class Base { Home, Cache, Data, Config, State, Root, UserDir, SwapFiles };
 
 struct Place {
     Base base;
@@ -51,6 +53,21 @@ constexpr Row kTable[] = {
     {"Library/Caches/com.apple.QuickLook.thumbnailcache", {{{Base::Cache, "thumbnails"}, {Base::Home, nullptr}}}},
     // Move suggestions.
     {"AndroidSDK", {{{Base::Home, "AndroidSDK"}, {Base::Home, "Android/Sdk"}}}},
+    // The System Data X-Ray, and the data folders apps keep (their storage per app).
+    {"Library/Caches", {{{Base::Cache, ""}, {Base::Home, nullptr}}}},
+    {"/Library/Caches", {{{Base::Root, "/var/cache"}, {Base::Home, nullptr}}}},
+    {"Library/Logs", {{{Base::State, ""}, {Base::Home, nullptr}}}},
+    {"Library/DiagnosticReports", {{{Base::Root, "/var/crash"}, {Base::Root, "/var/lib/systemd/coredump"}}}},
+    {"/private/var/vm", {{{Base::SwapFiles, ""}, {Base::Home, nullptr}}}},
+    {".Trash", {{{Base::Data, "Trash"}, {Base::Home, nullptr}}}},
+    {"Library/Containers/com.docker.docker/Data/vms/0/data/Docker.raw",
+     {{{Base::Home, ".docker/desktop/vms/0/data/Docker.raw"}, {Base::Root, "/var/lib/docker"}}}},
+    {"Library/Containers/com.docker.docker/Data/vms/0/data",
+     {{{Base::Home, ".docker/desktop/vms/0/data"}, {Base::Root, "/var/lib/docker"}}}},
+    {"Library/Mail", {{{Base::Home, ".thunderbird"}, {Base::Data, "evolution/mail"}}}},
+    {"Library/Application Support", {{{Base::Data, ""}, {Base::Home, nullptr}}}},
+    {"Library/Containers", {{{Base::Home, ".var/app"}, {Base::Home, nullptr}}}},
+    {"Library/Preferences", {{{Base::Config, ""}, {Base::Home, nullptr}}}},
     // Personal folders: the XDG user directories.
     {"Desktop", {{{Base::UserDir, "XDG_DESKTOP_DIR"}, {Base::Home, nullptr}}}},
     {"Documents", {{{Base::UserDir, "XDG_DOCUMENTS_DIR"}, {Base::Home, nullptr}}}},
@@ -90,13 +107,49 @@ std::optional<fs::path> userDir(const char *variable, const fs::path &home)
     return std::nullopt;
 }
 
+fs::path under(const fs::path &base, const char *path)
+{
+    return path[0] == '\0' ? base : base / path;
+}
+
+// The swap files in use (partitions are no files of anyone's and count nothing).
+std::vector<fs::path> swapFiles()
+{
+    std::vector<fs::path> files;
+    std::ifstream swaps("/proc/swaps");
+    std::string line;
+    std::getline(swaps, line); // the header
+    while (std::getline(swaps, line)) {
+        std::istringstream fields(line);
+        std::string written, type;
+        if (!(fields >> written >> type) || type != "file")
+            continue;
+        // The kernel writes a blank in a path as \040.
+        std::string path;
+        for (std::size_t i = 0; i < written.size(); ++i) {
+            if (written.compare(i, 4, "\\040") == 0) {
+                path.push_back(' ');
+                i += 3;
+            } else {
+                path.push_back(written[i]);
+            }
+        }
+        files.emplace_back(path);
+    }
+    return files;
+}
+
 fs::path placeOf(const Place &place, std::string_view name, const fs::path &home)
 {
     switch (place.base) {
-    case Base::Home: return home / place.path;
-    case Base::Cache: return cacheHome(home) / place.path;
-    case Base::Data: return xdgOr("XDG_DATA_HOME", home / ".local/share") / place.path;
+    case Base::Home: return under(home, place.path);
+    case Base::Cache: return under(cacheHome(home), place.path);
+    case Base::Data: return under(xdgOr("XDG_DATA_HOME", home / ".local/share"), place.path);
+    case Base::Config: return under(configHomeOf(home), place.path);
+    case Base::State: return under(xdgOr("XDG_STATE_HOME", home / ".local/state"), place.path);
+    case Base::Root: return place.path;
     case Base::UserDir: return userDir(place.path, home).value_or(home / std::string(name));
+    case Base::SwapFiles: break;
     }
     return home / std::string(name);
 }
@@ -133,6 +186,11 @@ fs::path LinuxLocations::preferences() const
     return configHome() / kAppFolder;
 }
 
+fs::path LinuxLocations::caches() const
+{
+    return cacheHome(home()) / kAppFolder;
+}
+
 fs::path cacheHome(const fs::path &home)
 {
     return xdgOr("XDG_CACHE_HOME", home / ".cache");
@@ -143,6 +201,8 @@ std::vector<fs::path> locateAll(std::string_view name, const fs::path &home)
     for (const Row &row : kTable) {
         if (row.name != name)
             continue;
+        if (row.places[0].base == Base::SwapFiles)
+            return swapFiles();
         std::vector<fs::path> places;
         for (const Place &place : row.places)
             if (place.path != nullptr)
@@ -157,6 +217,8 @@ std::vector<fs::path> locateAll(std::string_view name, const fs::path &home)
 fs::path locate(std::string_view name, const fs::path &home)
 {
     const std::vector<fs::path> places = locateAll(name, home);
+    if (places.empty()) // no swap file: the name's own place, which isn't there
+        return name.starts_with('/') ? fs::path(name) : home / fs::path(name);
     for (const fs::path &place : places) {
         struct stat st{};
         if (::lstat(place.c_str(), &st) == 0)

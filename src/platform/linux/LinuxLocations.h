@@ -11,6 +11,7 @@ public:
     [[nodiscard]] std::filesystem::path home() const override;
     [[nodiscard]] std::filesystem::path applicationSupport() const override;
     [[nodiscard]] std::filesystem::path preferences() const override;
+    [[nodiscard]] std::filesystem::path caches() const override;
 
     [[nodiscard]] static std::filesystem::path dataHome();
     [[nodiscard]] static std::filesystem::path configHome();
