@@ -4,6 +4,8 @@
 #include "cleaning/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
 #include "cleaning/DevDeepClean.h"
+#include "cleaning/DuplicateFinder.h"
+#include "cleaning/SystemDataXRay.h"
 #include "cleaning/HistoryJson.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/ByteFormat.h"
@@ -451,6 +453,127 @@ QCoro::Task<int> CommandLine::devClean(Parsed parsed)
               << (r.deletable ? QString() : QStringLiteral(" · can't be deleted")) << "   (id " << r.id << ")\n";
     if (dev.unavailableSimDevices() > 0)
         m_out << "  " << dev.unavailableSimDevices() << " orphaned simulator device" << (dev.unavailableSimDevices() == 1 ? "" : "s") << "\n";
+    co_return 0;
+}
+
+QCoro::Task<int> CommandLine::xray(Parsed parsed)
+{
+    SystemDataXRay &xray = *m_app.xray();
+    const bool json = parsed.flag("--json");
+    showProgress(QStringLiteral("Measuring caches, logs, backups, swap, the Trash and app data…"));
+    co_await xray.scan();
+
+    if (parsed.options.contains(QStringLiteral("--perform"))) {
+        const QString id = parsed.options.value(QStringLiteral("--perform"));
+        const auto slice = std::find_if(xray.slices().begin(), xray.slices().end(), [&](const XRaySlice &s) { return s.id == id; });
+        if (slice == xray.slices().end())
+            co_return usageError(QStringLiteral("no slice “%1” in this X-Ray (it is left out when it measures nothing). "
+                                                "Run “tessoly xray” to list them.").arg(id));
+        const XRaySlice chosen = *slice;
+        if (chosen.action == XRaySlice::Action::Info) {
+            m_out << chosen.name << ": " << chosen.badge << ". There is nothing to do here.\n";
+            co_return 0;
+        }
+        if (chosen.action == XRaySlice::Action::Clean)
+            showProgress(QStringLiteral("Clearing %1…").arg(chosen.name));
+        co_await xray.perform(chosen);
+        if (chosen.action == XRaySlice::Action::Reveal) {
+            m_out << "Shown in the file manager: " << displayPath(chosen.revealURL) << "\n";
+            co_return 0;
+        }
+        const auto result = xray.result(id);
+        if (json)
+            printJson(QJsonObject{{QStringLiteral("id"), id},
+                                  {QStringLiteral("message"), result ? result->message : QString()},
+                                  {QStringLiteral("success"), result && result->success}});
+        else
+            m_out << (result ? result->message : QStringLiteral("Nothing happened.")) << "\n";
+        co_return result && result->success ? 0 : 1;
+    }
+
+    if (json) {
+        QJsonArray slices;
+        for (const XRaySlice &slice : xray.slices())
+            slices.append(QJsonObject{{QStringLiteral("id"), slice.id},
+                                      {QStringLiteral("name"), slice.name},
+                                      {QStringLiteral("bytes"), slice.bytes},
+                                      {QStringLiteral("detail"), slice.detail},
+                                      {QStringLiteral("badge"), slice.badge},
+                                      {QStringLiteral("action"), rawValue(slice.action)},
+                                      {QStringLiteral("revealPath"), slice.revealURL.empty() ? QJsonValue() : QJsonValue(pathToText(slice.revealURL))}});
+        printJson(QJsonObject{{QStringLiteral("totalBytes"), xray.totalBytes()},
+                              {QStringLiteral("purgeableBytes"), xray.purgeableBytes()},
+                              {QStringLiteral("slices"), slices}});
+        co_return 0;
+    }
+    m_out << formatBytes(xray.totalBytes()) << " decoded · " << xray.slices().size()
+          << (xray.slices().size() == 1 ? " contributor" : " contributors") << "\n\n";
+    for (const XRaySlice &slice : xray.slices())
+        m_out << formatBytes(slice.bytes).rightJustified(10) << "  " << slice.name << " — " << slice.badge << "   (" << slice.id
+              << ")\n            " << slice.detail << "\n";
+    co_return 0;
+}
+
+QCoro::Task<int> CommandLine::duplicates(Parsed parsed)
+{
+    const bool json = parsed.flag("--json");
+    const std::unique_ptr<DuplicateFinder> finder(m_app.makeDuplicateFinder(nullptr));
+    QObject::connect(finder.get(), &DuplicateFinder::scanProgressChanged, finder.get(),
+                     [this, f = finder.get()] { showProgress(f->scanProgress()); });
+    co_await finder->scan();
+
+    if (parsed.options.contains(QStringLiteral("--keep"))) {
+        std::error_code error;
+        const std::filesystem::path given = textToPath(parsed.options.value(QStringLiteral("--keep")));
+        // The groups name files by their real paths.
+        std::filesystem::path wanted = std::filesystem::weakly_canonical(std::filesystem::absolute(given), error);
+        if (error)
+            wanted = std::filesystem::absolute(given).lexically_normal();
+        const auto group = std::find_if(finder->groups().begin(), finder->groups().end(), [&](const DuplicateGroup &g) {
+            return std::find(g.files.begin(), g.files.end(), wanted) != g.files.end();
+        });
+        if (group == finder->groups().end())
+            co_return usageError(QStringLiteral("“%1” isn't one of the duplicates found. Run “tessoly duplicates” to list them.")
+                                     .arg(displayPath(given)));
+        const QString groupId = group->id;
+        const DuplicateFinder::KeepOutcome outcome = finder->keep(groupId, wanted);
+        const QString words = outcome.trashed == 0 && !outcome.problem.isEmpty()
+            ? outcome.problem
+            : QStringLiteral("Kept %1, trashed the rest.").arg(displayPath(wanted.filename()))
+                  + (outcome.problem.isEmpty() ? QString() : u' ' + outcome.problem);
+        if (json)
+            printJson(QJsonObject{{QStringLiteral("kept"), pathToText(wanted)},
+                                  {QStringLiteral("trashed"), outcome.trashed},
+                                  {QStringLiteral("message"), words}});
+        else
+            m_out << words << "\n";
+        co_return outcome.trashed > 0 && outcome.problem.isEmpty() ? 0 : 1;
+    }
+
+    if (json) {
+        QJsonArray groups;
+        for (const DuplicateGroup &group : finder->groups()) {
+            QJsonArray files;
+            for (const auto &file : group.files)
+                files.append(pathToText(file));
+            groups.append(QJsonObject{{QStringLiteral("id"), group.id},
+                                      {QStringLiteral("bytes"), group.bytes},
+                                      {QStringLiteral("wastedBytes"), group.wastedBytes()},
+                                      {QStringLiteral("files"), files}});
+        }
+        printJson(QJsonObject{{QStringLiteral("groups"), groups}, {QStringLiteral("totalReclaimable"), finder->totalReclaimable()}});
+        co_return 0;
+    }
+    const auto count = finder->groups().size();
+    m_out << count << (count == 1 ? " duplicate group" : " duplicate groups") << " · "
+          << formatBytes(finder->totalReclaimable()) << " reclaimable now\n";
+    const QString home = m_app.homePath();
+    for (const DuplicateGroup &group : finder->groups()) {
+        m_out << "\n" << displayPath(group.files.front().filename()) << " · " << formatBytes(group.wastedBytes())
+              << " reclaimable · " << group.files.size() << " identical copies, " << formatBytes(group.bytes) << " each\n";
+        for (const auto &file : group.files)
+            m_out << "  " << abbreviateHome(displayPath(file), home) << "\n";
+    }
     co_return 0;
 }
 

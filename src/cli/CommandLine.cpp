@@ -73,6 +73,16 @@ QString CommandLine::usage()
         "  devclean             node_modules folders in your projects, Docker's unused data, simulator runtimes\n"
         "  devclean --delete-node-modules <path> | --prune-docker | --delete-runtime <id> | --remove-unavailable\n"
         "                       removes one of them (node_modules to the Trash unless deleteImmediately is on)\n"
+        "  xray [--perform <slice-id>]\n"
+        "                       what the hidden system figure holds: caches, logs, backups, swap, Trash,\n"
+        "                       Docker, app data; --perform runs one slice's action (clean, show, reclaim)\n"
+        "  apps                 installed apps and the storage each one owns, biggest first\n"
+        "  duplicates [--keep <path>]\n"
+        "                       identical files in your personal folders (by SHA-256); --keep keeps that\n"
+        "                       file and moves the other copies of its group to the Trash\n"
+        "  search [<query>] [--min-mb N] [--limit N]\n"
+        "                       files under your home whose name contains the query, biggest first\n"
+        "                       (at most 500 unless --limit says otherwise)\n"
         "  settings [<key> [<value>]]\n"
         "                       list the settings, show one, or change one (true/false, a number or a word)\n"
         "  help                 this text\n"
@@ -93,7 +103,8 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
                                    QStringLiteral("--prune-docker"), QStringLiteral("--remove-unavailable")};
     static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes"), QStringLiteral("--to"),
                                       QStringLiteral("--apply"), QStringLiteral("--delete-node-modules"),
-                                      QStringLiteral("--delete-runtime")};
+                                      QStringLiteral("--delete-runtime"), QStringLiteral("--perform"), QStringLiteral("--keep"),
+                                      QStringLiteral("--min-mb"), QStringLiteral("--limit")};
     Parsed parsed;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString &argument = arguments.at(i);
@@ -144,6 +155,10 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         {"devclean", 0, 0,
          "devclean [--delete-node-modules <path> | --prune-docker | --delete-runtime <id> | --remove-unavailable] [--json]",
          {"--json", "--delete-node-modules", "--prune-docker", "--delete-runtime", "--remove-unavailable"}},
+        {"xray", 0, 0, "xray [--perform <slice-id>] [--json]", {"--json", "--perform"}},
+        {"apps", 0, 0, "apps [--json]", {"--json"}},
+        {"duplicates", 0, 0, "duplicates [--keep <path>] [--json]", {"--json", "--keep"}},
+        {"search", 0, 1, "search [<query>] [--min-mb N] [--limit N] [--json]", {"--json", "--min-mb", "--limit"}},
     };
     const Shape *shape = nullptr;
     for (const Shape &candidate : shapes) {
@@ -199,6 +214,14 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         code = co_await easyClean(parsed);
     else if (parsed.command == QLatin1String("devclean"))
         code = co_await devClean(parsed);
+    else if (parsed.command == QLatin1String("xray"))
+        code = co_await xray(parsed);
+    else if (parsed.command == QLatin1String("apps"))
+        code = co_await apps(parsed);
+    else if (parsed.command == QLatin1String("duplicates"))
+        code = co_await duplicates(parsed);
+    else if (parsed.command == QLatin1String("search"))
+        code = co_await search(parsed);
     m_out.flush();
     m_err.flush();
     co_return code;

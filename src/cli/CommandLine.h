@@ -46,6 +46,10 @@ private:
     QCoro::Task<int> smartScan(Parsed parsed);
     QCoro::Task<int> easyClean(Parsed parsed);
     QCoro::Task<int> devClean(Parsed parsed);
+    QCoro::Task<int> xray(Parsed parsed);
+    QCoro::Task<int> apps(Parsed parsed);
+    QCoro::Task<int> duplicates(Parsed parsed);
+    QCoro::Task<int> search(Parsed parsed);
     int usageError(const QString &message);
     void printJson(const QJsonValue &value);
     void showProgress(const QString &line);
