@@ -314,7 +314,12 @@ std::vector<AppStorage> AppStorageScanner::buildList(const std::vector<Installed
     for (const AppDataSource &source : sources) {
         progress(QStringLiteral("Scanning %1…").arg(displayPath(source.url.filename())));
         for (const fs::path &entry : platform::listVisibleEntries(source.url)) {
-            const QString name = withoutExtension(pathToText(entry.filename())).toLower();
+            // A file loses its extension ("com.vendor.tool.plist"); a folder's name is
+            // taken whole, dots and all ("com.vendor.tool").
+            struct stat st{};
+            const bool folder = ::lstat(entry.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+            const QString fileName = pathToText(entry.filename());
+            const QString name = (folder ? fileName : withoutExtension(fileName)).toLower();
             const auto owner = std::find_if(apps.begin(), apps.end(), [&](const InstalledApp &app) {
                 return matches(name, app, source.matchByID);
             });

@@ -261,6 +261,7 @@ std::vector<DesktopApp> desktopApps(const fs::path &home)
         if (const auto exports = entryFile.find("/exports/share/applications/"); exports != std::string::npos) {
             // A Flatpak: <installation>/exports/share/applications/<id>.desktop, its files in <installation>/app/<id>.
             app.bundle = fs::path(entryFile.substr(0, exports)) / "app" / textToPath(entry.fileId);
+            app.program.clear(); // the program is flatpak itself, no name of the app's
         } else if (program.startsWith(u"/snap/bin/")) {
             app.bundle = fs::path("/snap") / textToPath(app.program.section(u'.', 0, 0));
         } else if (const std::optional<fs::path> found = findOnPath(program)) {
