@@ -1,0 +1,154 @@
+// The System Data X-Ray on a real temporary home: what each slice measures
+// on Linux, the overlaps taken out, links measuring nothing, and the clean
+// action through the real Trash.
+#include "TestSupport.h"
+#include "cleaning/CleanupHistoryStore.h"
+#include "cleaning/SystemDataXRay.h"
+#include "platform/Platform.h"
+#include "platform/linux/FreedesktopTrash.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+using namespace tessoly;
+using namespace tessoly::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr qint64 MiB = 1 << 20;
+
+class RecordingRevealer : public platform::Revealer {
+public:
+    std::vector<fs::path> revealed;
+    void reveal(const fs::path &item) override { revealed.push_back(item); }
+};
+
+const XRaySlice *sliceOf(const std::vector<XRaySlice> &slices, const char *id)
+{
+    const auto it = std::find_if(slices.begin(), slices.end(), [id](const XRaySlice &s) { return s.id == QLatin1String(id); });
+    return it == slices.end() ? nullptr : &*it;
+}
+
+struct XRay : ::testing::Test {
+    TempHome home;
+    std::unique_ptr<platform::Platform> platform = platform::makeLinuxPlatform();
+    RecordingRevealer *revealer = nullptr;
+    CleanupHistoryStore history{home.historyFile(), *platform->trash};
+    XRay()
+    {
+        auto recording = std::make_unique<RecordingRevealer>();
+        revealer = recording.get();
+        platform->revealer = std::move(recording);
+    }
+};
+
+} // namespace
+
+TEST(XRaySlices, OverlapsAreTakenOutButNeverBelowZero)
+{
+    XRayMeasurements measured;
+    measured.bytes = {{"xray.appsupport", 5 * MiB}, {"xray.iosbackups", 7 * MiB}, {"xray.containers", 9 * MiB},
+                      {"xray.docker", 4 * MiB}, {"xray.userlogs", MiB}, {"xray.diagreports", 2 * MiB}};
+    measured.nested = {{"xray.appsupport", 7 * MiB}, {"xray.containers", 4 * MiB}};
+    const std::vector<XRaySlice> slices = SystemDataXRay::buildSlices(measured, 0, 0, "/home/u");
+    EXPECT_EQ(sliceOf(slices, "xray.appsupport"), nullptr) << "an outer slice below 0 must be left out";
+    ASSERT_NE(sliceOf(slices, "xray.containers"), nullptr);
+    EXPECT_EQ(sliceOf(slices, "xray.containers")->bytes, 5 * MiB);
+    ASSERT_NE(sliceOf(slices, "xray.logs"), nullptr);
+    EXPECT_EQ(sliceOf(slices, "xray.logs")->bytes, 3 * MiB);
+    EXPECT_EQ(sliceOf(slices, "xray.logs")->targets.size(), 2u);
+    EXPECT_EQ(sliceOf(slices, "xray.purgeable"), nullptr);
+    for (std::size_t i = 1; i < slices.size(); ++i)
+        EXPECT_GE(slices[i - 1].bytes, slices[i].bytes);
+
+    // Purgeable space shows with snapshots even at 0 bytes, with their count in words.
+    const auto withSnapshots = SystemDataXRay::buildSlices({}, 0, 1, "/home/u");
+    ASSERT_EQ(withSnapshots.size(), 1u);
+    EXPECT_EQ(withSnapshots[0].detail, "1 local Time Machine snapshot + space macOS promises to free \"later\".");
+    EXPECT_EQ(SystemDataXRay::buildSlices({}, MiB, 0, "/home/u")[0].detail,
+              "Space macOS promises to free \"later\" — but often doesn't when you need it.");
+}
+
+TEST_F(XRay, LinuxPlacesAreMeasuredAndTheTrashComesOutOfAppData)
+{
+    allocate(home.cacheHome() / "browser/blob", 3 * MiB);
+    allocate(home.dataHome() / "game/level.pak", 6 * MiB);
+    allocate(home.trash() / "files/old.iso", 2 * MiB);
+    allocate(home.path() / ".local/state/app/log.txt", MiB);
+    allocate(home.path() / ".var/app/org.example.App/data", 4 * MiB);
+    allocate(home.path() / ".docker/desktop/vms/0/data/Docker.raw", MiB); // not inside .var/app: no subtraction
+    allocate(home.path() / ".thunderbird/profile/Inbox", 2 * MiB);
+
+    const XRayMeasurements measured = SystemDataXRay::measure(home.path());
+    EXPECT_EQ(measured.bytes.value("xray.usercaches"), 3 * MiB);
+    EXPECT_EQ(measured.bytes.value("xray.trash"), 2 * MiB);
+    EXPECT_EQ(measured.bytes.value("xray.userlogs"), MiB);
+    EXPECT_EQ(measured.nested.value("xray.appsupport"), 2 * MiB);
+    EXPECT_EQ(measured.nested.value("xray.containers"), 0);
+
+    SystemDataXRay xray(home.path(), *platform, history);
+    runTask(xray.scan());
+    ASSERT_TRUE(xray.hasScanned());
+    const auto &slices = xray.slices();
+    ASSERT_NE(sliceOf(slices, "xray.appsupport"), nullptr);
+    EXPECT_GE(sliceOf(slices, "xray.appsupport")->bytes, 6 * MiB);
+    EXPECT_LT(sliceOf(slices, "xray.appsupport")->bytes, 8 * MiB) << "the Trash was counted twice";
+    EXPECT_EQ(sliceOf(slices, "xray.containers")->bytes, 4 * MiB);
+    EXPECT_EQ(sliceOf(slices, "xray.docker")->revealURL, home.path() / ".docker/desktop/vms/0/data");
+    EXPECT_EQ(sliceOf(slices, "xray.mail")->bytes, 2 * MiB);
+    EXPECT_EQ(sliceOf(slices, "xray.iosbackups"), nullptr);
+    EXPECT_EQ(sliceOf(slices, "xray.developer"), nullptr);
+
+    runTask(xray.perform(*sliceOf(slices, "xray.trash")));
+    ASSERT_EQ(revealer->revealed.size(), 1u);
+    EXPECT_EQ(revealer->revealed[0], home.trash());
+    EXPECT_FALSE(xray.result("xray.trash").has_value());
+}
+
+TEST_F(XRay, AFolderThatIsALinkMeasuresNothing)
+{
+    allocate(home.path() / "elsewhere/cache/blob", 5 * MiB);
+    fs::create_symlink(home.path() / "elsewhere/cache", home.cacheHome());
+    EXPECT_EQ(SystemDataXRay::sizeOf("Library/Caches", home.path()), 0);
+    SystemDataXRay xray(home.path(), *platform, history);
+    runTask(xray.scan());
+    EXPECT_EQ(sliceOf(xray.slices(), "xray.usercaches"), nullptr);
+}
+
+TEST_F(XRay, CleaningRunsOnceAndTheSliceKeepsItsPlace)
+{
+    allocate(home.cacheHome() / "a/blob", 2 * MiB);
+    allocate(home.cacheHome() / "b/blob", MiB);
+    allocate(home.dataHome() / "big/data", 40 * MiB);
+    SystemDataXRay xray(home.path(), *platform, history);
+    runTask(xray.scan());
+    const auto before = xray.slices();
+    const auto place = std::find_if(before.begin(), before.end(), [](const XRaySlice &s) { return s.id == u"xray.usercaches"; });
+    ASSERT_NE(place, before.end());
+
+    // Two clicks on "Clean": the second finds the first still working and returns.
+    QCoro::Task<void> first = xray.perform(*place);
+    EXPECT_TRUE(xray.workingSliceIds().contains("xray.usercaches"));
+    runTask(xray.perform(*place));
+    runTask(std::move(first));
+    EXPECT_TRUE(xray.workingSliceIds().isEmpty());
+    ASSERT_EQ(history.entries().size(), 1u);
+    EXPECT_EQ(history.entries()[0].summary, "System Data X-Ray profile cleanup");
+    const auto result = xray.result("xray.usercaches");
+    ASSERT_TRUE(result.has_value());
+    EXPECT_TRUE(result->success);
+    EXPECT_EQ(result->message, "Moved 3.1 MB to the Trash — empty the Trash to finish.");
+    EXPECT_FALSE(fs::exists(home.cacheHome() / "a"));
+
+    // Same order, the cleaned slice in place at 0.
+    ASSERT_EQ(xray.slices().size(), before.size());
+    for (std::size_t i = 0; i < before.size(); ++i)
+        EXPECT_EQ(xray.slices()[i].id, before[i].id);
+    EXPECT_EQ(xray.slices()[std::size_t(place - before.begin())].bytes, 0);
+
+    // Again: nothing left.
+    runTask(xray.perform(xray.slices()[std::size_t(place - before.begin())]));
+    EXPECT_EQ(xray.result("xray.usercaches")->message, "Nothing left to clear here.");
+    EXPECT_EQ(history.entries().size(), 1u);
+}
