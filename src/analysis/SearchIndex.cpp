@@ -54,6 +54,29 @@ void SearchIndex::Builder::addFile(std::uint32_t folder, std::string_view name, 
     m_names.append(name);
 }
 
+void SearchIndex::Builder::absorb(Builder &&other)
+{
+    if (m_files.empty() && m_folderStart.empty()) {
+        *this = std::move(other);
+        other = Builder();
+        return;
+    }
+    const auto folderBase = static_cast<std::uint32_t>(m_folderStart.size());
+    const auto folderTextBase = static_cast<std::uint32_t>(m_folderText.size());
+    const auto nameBase = static_cast<std::uint32_t>(m_names.size());
+    for (std::uint32_t start : other.m_folderStart)
+        m_folderStart.push_back(start + folderTextBase);
+    m_folderText.append(other.m_folderText);
+    m_names.append(other.m_names);
+    m_files.reserve(m_files.size() + other.m_files.size());
+    for (File file : other.m_files) {
+        file.folder += folderBase;
+        file.nameStart += nameBase;
+        m_files.push_back(file);
+    }
+    other = Builder();
+}
+
 SearchIndex SearchIndex::Builder::finish() &&
 {
     std::vector<std::uint32_t> order(m_files.size());

@@ -28,6 +28,8 @@ public:
         // modifiedSeconds since 1970; none when the file has no known time.
         void addFile(std::uint32_t folder, std::string_view name, qint64 bytes, std::optional<qint64> modifiedSeconds);
         [[nodiscard]] std::size_t size() const { return m_files.size(); }
+        // Takes over another builder's folders and files (one built on another thread).
+        void absorb(Builder &&other);
         [[nodiscard]] SearchIndex finish() &&;
 
     private:

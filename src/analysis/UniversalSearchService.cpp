@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QtConcurrent>
 #include <atomic>
+#include <deque>
 #include <mutex>
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -20,10 +21,12 @@ namespace {
 
 std::atomic<quint64> walkSerial{0};
 
-// What one worker thread last added: files of one folder come one after another.
-struct LastFolder {
+// One worker thread's share of a walk: its own builder, so that no file
+// waits for a lock; files of one folder come one after another.
+struct WorkerPart {
     quint64 serial = 0;
-    std::string path;
+    SearchIndex::Builder *builder = nullptr;
+    std::string folder;
     std::uint32_t number = 0;
 };
 
@@ -58,21 +61,27 @@ void UniversalSearchService::indexRoot(const fs::path &root, SearchIndex::Builde
 {
     const quint64 serial = ++walkSerial;
     std::mutex lock;
+    std::deque<SearchIndex::Builder> parts;
     platform::WalkOptions options;
     options.skipHidden = true;
     options.skipPackages = true;
     options.fileDetails = true;
     options.onFile = [&](const platform::WalkedFile &file) {
-        thread_local LastFolder last;
-        const std::lock_guard<std::mutex> guard(lock);
-        if (last.serial != serial || last.path != file.folder) {
-            last.serial = serial;
-            last.path = file.folder;
-            last.number = builder.addFolder(file.folder);
+        thread_local WorkerPart part;
+        if (part.serial != serial) {
+            const std::lock_guard<std::mutex> guard(lock);
+            part = WorkerPart{serial, &parts.emplace_back(), {}, 0};
+            part.number = part.builder->addFolder(file.folder);
+            part.folder = file.folder;
+        } else if (part.folder != file.folder) {
+            part.folder = file.folder;
+            part.number = part.builder->addFolder(file.folder);
         }
-        builder.addFile(last.number, file.name, file.logicalSize, file.modifiedNanoseconds / 1000000000);
+        part.builder->addFile(part.number, file.name, file.logicalSize, file.modifiedNanoseconds / 1000000000);
     };
     (void)platform::walkTree(root, options);
+    for (SearchIndex::Builder &part : parts)
+        builder.absorb(std::move(part));
 }
 
 void UniversalSearchService::setProgress(const QString &text)
