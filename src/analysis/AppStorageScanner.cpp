@@ -1,5 +1,6 @@
 #include "analysis/AppStorageScanner.h"
 
+#include "core/QueuedProgress.h"
 #include "platform/DesktopApps.h"
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"
@@ -8,7 +9,6 @@
 #include <QCoroFuture>
 #include <QFile>
 #include <QHash>
-#include <QMetaObject>
 #include <QPointer>
 #include <QtConcurrent>
 #include <algorithm>
@@ -178,13 +178,10 @@ QCoro::Task<void> AppStorageScanner::scan()
     if (!self)
         co_return;
     setProgress(QStringLiteral("Mapping storage locations…"));
-    // Progress crosses to this thread through queued calls that die with the scanner.
-    std::function<void(const QString &)> progress = [self](const QString &text) {
-        QMetaObject::invokeMethod(self.data(), [self, text] {
-            if (self && self->m_isScanning)
-                self->setProgress(text);
-        }, Qt::QueuedConnection);
-    };
+    std::function<void(const QString &)> progress = queuedProgress(this, [this](const QString &text) {
+        if (m_isScanning)
+            setProgress(text);
+    });
     std::vector<AppDataSource> dataSources = sources(m_home);
     std::vector<AppStorage> result = co_await QtConcurrent::run(&AppStorageScanner::buildList, std::move(installed),
                                                                 std::move(dataSources), std::move(progress));

@@ -1,11 +1,11 @@
 #include "analysis/UniversalSearchService.h"
 
+#include "core/QueuedProgress.h"
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"
 #include "platform/PathText.h"
 
 #include <QCoroFuture>
-#include <QMetaObject>
 #include <QPointer>
 #include <QtConcurrent>
 #include <atomic>
@@ -103,12 +103,10 @@ QCoro::Task<void> UniversalSearchService::rebuildIndex()
     emit isIndexingChanged();
     setProgress(QStringLiteral("Indexing…"));
     QPointer<UniversalSearchService> self(this);
-    std::function<void(const QString &)> progress = [self](const QString &text) {
-        QMetaObject::invokeMethod(self.data(), [self, text] {
-            if (self && self->m_isIndexing)
-                self->setProgress(text);
-        }, Qt::QueuedConnection);
-    };
+    std::function<void(const QString &)> progress = queuedProgress(this, [this](const QString &text) {
+        if (m_isIndexing)
+            setProgress(text);
+    });
     SearchIndex index = co_await QtConcurrent::run(&buildIndex, roots(m_home), std::move(progress));
     if (!self)
         co_return;

@@ -101,43 +101,36 @@ QVariantList DevDeepClean::runtimeList() const
 
 QStringList DevDeepClean::workingIdList() const
 {
-    return {m_workingIds.begin(), m_workingIds.end()};
+    return m_outcomes.workingList();
 }
 
 std::optional<DevDeepClean::Result> DevDeepClean::result(const QString &id) const
 {
-    const auto it = m_results.find(id);
-    if (it == m_results.end())
-        return std::nullopt;
-    return *it;
+    return m_outcomes.outcome(id);
 }
 
 QVariantMap DevDeepClean::resultMap() const
 {
-    QVariantMap map;
-    for (auto it = m_results.begin(); it != m_results.end(); ++it)
-        map.insert(it.key(), QVariantMap{{QStringLiteral("message"), it->message}, {QStringLiteral("success"), it->success}});
-    return map;
+    return m_outcomes.map();
 }
 
 bool DevDeepClean::beginWork(const QString &id)
 {
-    if (m_workingIds.contains(id))
+    if (!m_outcomes.begin(id))
         return false;
-    m_workingIds.insert(id);
     emit workingIdsChanged();
     return true;
 }
 
 void DevDeepClean::endWork(const QString &id)
 {
-    m_workingIds.remove(id);
+    m_outcomes.end(id);
     emit workingIdsChanged();
 }
 
 void DevDeepClean::setResult(const QString &id, QString message, bool success)
 {
-    m_results.insert(id, Result{std::move(message), success});
+    m_outcomes.set(id, std::move(message), success);
     emit resultsChanged();
 }
 
@@ -204,7 +197,7 @@ QCoro::Task<void> DevDeepClean::scan()
     if (m_isScanning)
         co_return;
     m_isScanning = true;
-    m_results.clear();
+    m_outcomes.clear();
     emit resultsChanged();
     emit isScanningChanged();
     QPointer<DevDeepClean> self(this);

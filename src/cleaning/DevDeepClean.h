@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cleaning/ActionOutcomes.h"
 #include "cleaning/DevToolOutput.h"
 #include "cleaning/NodeModulesSearch.h"
 
@@ -66,12 +67,9 @@ public:
     [[nodiscard]] int unavailableSimDevices() const { return m_unavailableSimDevices; }
     [[nodiscard]] bool isScanning() const { return m_isScanning; }
     [[nodiscard]] bool hasScanned() const { return m_hasScanned; }
-    [[nodiscard]] const QSet<QString> &workingIds() const { return m_workingIds; }
+    [[nodiscard]] const QSet<QString> &workingIds() const { return m_outcomes.working(); }
     [[nodiscard]] QStringList workingIdList() const;
-    struct Result {
-        QString message;
-        bool success = true;
-    };
+    using Result = ActionOutcome;
     [[nodiscard]] std::optional<Result> result(const QString &id) const;
     [[nodiscard]] QVariantMap resultMap() const;
 
@@ -121,8 +119,7 @@ private:
     int m_unavailableSimDevices = 0;
     bool m_isScanning = false;
     bool m_hasScanned = false;
-    QSet<QString> m_workingIds;
-    QHash<QString, Result> m_results;
+    ActionOutcomes m_outcomes;
 };
 
 } // namespace tessoly

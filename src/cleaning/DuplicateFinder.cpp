@@ -3,6 +3,7 @@
 #include "cleaning/CleanupHistoryEntry.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "cleaning/ContentHashes.h"
+#include "core/QueuedProgress.h"
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"
 #include "platform/PathText.h"
@@ -10,12 +11,12 @@
 
 #include <QCoroFuture>
 #include <QHash>
-#include <QMetaObject>
 #include <QPointer>
 #include <QtConcurrent>
 #include <algorithm>
 #include <atomic>
 #include <mutex>
+#include <openssl/crypto.h>
 #include <sys/stat.h>
 #include <thread>
 
@@ -97,13 +98,17 @@ Hashes hashCandidates(const std::vector<Candidate> &candidates, const fs::path &
                 progress(QStringLiteral("Hashing… %1 / %2").arg(done).arg(total));
         }
     };
+    // Workers of their own: the digest library keeps state per thread, which
+    // goes with the thread rather than staying in a pooled one.
     const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
-    std::vector<std::thread> helpers;
-    for (unsigned i = 1; i < cores && i < candidates.size(); ++i)
-        helpers.emplace_back(work);
-    work();
-    for (std::thread &helper : helpers)
-        helper.join();
+    std::vector<std::thread> workers;
+    for (unsigned i = 0; i < cores && i < candidates.size(); ++i)
+        workers.emplace_back([&work] {
+            work();
+            OPENSSL_thread_stop();
+        });
+    for (std::thread &worker : workers)
+        worker.join();
 
     for (std::size_t i = 0; i < candidates.size(); ++i)
         if (hashes.digests[i])
@@ -214,13 +219,10 @@ QCoro::Task<void> DuplicateFinder::scan()
     if (!self)
         co_return;
     setProgress(QStringLiteral("Found %1 candidate files. Hashing…").arg(candidates.size()));
-    // Progress crosses to this thread through queued calls, in the order they were made.
-    std::function<void(const QString &)> progress = [self](const QString &text) {
-        QMetaObject::invokeMethod(self.data(), [self, text] {
-            if (self && self->m_isScanning)
-                self->setProgress(text);
-        }, Qt::QueuedConnection);
-    };
+    std::function<void(const QString &)> progress = queuedProgress(this, [this](const QString &text) {
+        if (m_isScanning)
+            setProgress(text);
+    });
     const Hashes hashes = co_await QtConcurrent::run(&hashCandidates, candidates, m_hashCacheFile, std::move(progress));
     if (!self)
         co_return;

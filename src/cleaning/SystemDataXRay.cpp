@@ -287,28 +287,22 @@ qint64 SystemDataXRay::totalBytes() const
 
 QStringList SystemDataXRay::workingSliceIdList() const
 {
-    return {m_workingSliceIds.begin(), m_workingSliceIds.end()};
+    return m_outcomes.workingList();
 }
 
 std::optional<SystemDataXRay::Result> SystemDataXRay::result(const QString &sliceId) const
 {
-    const auto it = m_results.find(sliceId);
-    if (it == m_results.end())
-        return std::nullopt;
-    return *it;
+    return m_outcomes.outcome(sliceId);
 }
 
 QVariantMap SystemDataXRay::resultMap() const
 {
-    QVariantMap map;
-    for (auto it = m_results.begin(); it != m_results.end(); ++it)
-        map.insert(it.key(), QVariantMap{{QStringLiteral("message"), it->message}, {QStringLiteral("success"), it->success}});
-    return map;
+    return m_outcomes.map();
 }
 
 void SystemDataXRay::setResult(const QString &id, QString message, bool success)
 {
-    m_results.insert(id, Result{std::move(message), success});
+    m_outcomes.set(id, std::move(message), success);
     emit resultsChanged();
 }
 
@@ -359,9 +353,8 @@ QCoro::Task<void> SystemDataXRay::scan()
 QCoro::Task<void> SystemDataXRay::perform(XRaySlice slice)
 {
     const QString id = slice.id;
-    if (m_workingSliceIds.contains(id))
+    if (!m_outcomes.begin(id))
         co_return;
-    m_workingSliceIds.insert(id);
     emit workingSliceIdsChanged();
     QPointer<SystemDataXRay> self(this);
     switch (slice.action) {
@@ -404,7 +397,7 @@ QCoro::Task<void> SystemDataXRay::perform(XRaySlice slice)
     case XRaySlice::Action::Info:
         break;
     }
-    m_workingSliceIds.remove(id);
+    m_outcomes.end(id);
     emit workingSliceIdsChanged();
 }
 

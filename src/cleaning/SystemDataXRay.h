@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cleaning/ActionOutcomes.h"
 #include "cleaning/CleanupCatalogue.h"
 
 #include <QCoroTask>
@@ -77,12 +78,9 @@ public:
     [[nodiscard]] QDateTime lastScanAtOrNull() const { return m_lastScanAt.value_or(QDateTime()); }
     [[nodiscard]] qint64 purgeableBytes() const { return m_purgeableBytes; }
     [[nodiscard]] qint64 totalBytes() const;
-    [[nodiscard]] const QSet<QString> &workingSliceIds() const { return m_workingSliceIds; }
+    [[nodiscard]] const QSet<QString> &workingSliceIds() const { return m_outcomes.working(); }
     [[nodiscard]] QStringList workingSliceIdList() const;
-    struct Result {
-        QString message;
-        bool success = true;
-    };
+    using Result = ActionOutcome;
     [[nodiscard]] std::optional<Result> result(const QString &sliceId) const;
     [[nodiscard]] QVariantMap resultMap() const;
 
@@ -119,8 +117,7 @@ private:
     bool m_hasScanned = false;
     std::optional<QDateTime> m_lastScanAt;
     qint64 m_purgeableBytes = 0;
-    QSet<QString> m_workingSliceIds;
-    QHash<QString, Result> m_results;
+    ActionOutcomes m_outcomes;
 };
 
 } // namespace tessoly

@@ -403,14 +403,7 @@ QCoro::Task<int> CommandLine::devClean(Parsed parsed)
         co_await dev.removeUnavailableDevices();
     }
     if (!actedOn.isEmpty()) {
-        const auto result = dev.result(actedOn);
-        if (json)
-            printJson(QJsonObject{{QStringLiteral("id"), actedOn},
-                                  {QStringLiteral("message"), result ? result->message : QString()},
-                                  {QStringLiteral("success"), result && result->success}});
-        else
-            m_out << (result ? result->message : QStringLiteral("Nothing happened.")) << "\n";
-        co_return result && result->success ? 0 : 1;
+        co_return reportOutcome(json, actedOn, dev.result(actedOn));
     }
 
     if (json) {
@@ -481,14 +474,7 @@ QCoro::Task<int> CommandLine::xray(Parsed parsed)
             m_out << "Shown in the file manager: " << displayPath(chosen.revealURL) << "\n";
             co_return 0;
         }
-        const auto result = xray.result(id);
-        if (json)
-            printJson(QJsonObject{{QStringLiteral("id"), id},
-                                  {QStringLiteral("message"), result ? result->message : QString()},
-                                  {QStringLiteral("success"), result && result->success}});
-        else
-            m_out << (result ? result->message : QStringLiteral("Nothing happened.")) << "\n";
-        co_return result && result->success ? 0 : 1;
+        co_return reportOutcome(json, id, xray.result(id));
     }
 
     if (json) {

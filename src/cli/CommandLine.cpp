@@ -37,6 +37,17 @@ void CommandLine::showProgress(const QString &line)
     m_err.flush();
 }
 
+int CommandLine::reportOutcome(bool json, const QString &id, const std::optional<ActionOutcome> &outcome)
+{
+    if (json)
+        printJson(QJsonObject{{QStringLiteral("id"), id},
+                              {QStringLiteral("message"), outcome ? outcome->message : QString()},
+                              {QStringLiteral("success"), outcome && outcome->success}});
+    else
+        m_out << (outcome ? outcome->message : QStringLiteral("Nothing happened.")) << "\n";
+    return outcome && outcome->success ? 0 : 1;
+}
+
 QString CommandLine::usage()
 {
     return QStringLiteral(

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "cleaning/ActionOutcomes.h"
+
 #include <QCoro/QCoroTask>
 #include <QHash>
 #include <QStringList>
 #include <QTextStream>
+#include <optional>
 
 namespace tessoly {
 
@@ -51,6 +54,8 @@ private:
     QCoro::Task<int> duplicates(Parsed parsed);
     QCoro::Task<int> search(Parsed parsed);
     int usageError(const QString &message);
+    // Prints an action's outcome (or that nothing happened); 0 when it succeeded, else 1.
+    int reportOutcome(bool json, const QString &id, const std::optional<ActionOutcome> &outcome);
     void printJson(const QJsonValue &value);
     void showProgress(const QString &line);
 
