@@ -13,6 +13,7 @@
 #include <QPointer>
 #include <QtConcurrent>
 #include <algorithm>
+#include <sys/stat.h>
 
 namespace tessoly {
 namespace fs = std::filesystem;
@@ -168,19 +169,46 @@ XRayMeasurements SystemDataXRay::measure(const fs::path &home)
             keyOfPlace.push_back(QString::fromLatin1(id));
         }
     }
-    const std::vector<platform::WalkTotals> totals = platform::walkTrees(places);
-    XRayMeasurements measured;
-    for (std::size_t i = 0; i < places.size(); ++i)
-        measured.bytes[keyOfPlace[i]] += totals[i].allocatedBytes;
+    // A place lying inside another key's place (the Trash in the data folder)
+    // is walked once: as its own root, and skipped inside the outer one. It is
+    // given with a trailing "/", which the walker asks about as a root while
+    // it spells the same folder without one when it meets it inside.
+    std::vector<std::size_t> outerOf(places.size(), places.size());
     for (const auto &[outer, inner] : kNested) {
         for (std::size_t i = 0; i < places.size(); ++i) {
             if (keyOfPlace[i] != QLatin1String(inner))
                 continue;
-            const bool inside = std::any_of(places.begin(), places.end(), [&](const fs::path &place) {
-                return keyOfPlace[std::size_t(&place - places.data())] == QLatin1String(outer) && isInside(places[i], place);
-            });
-            if (inside)
-                measured.nested[QString::fromLatin1(outer)] += totals[i].allocatedBytes;
+            for (std::size_t o = 0; o < places.size(); ++o)
+                if (keyOfPlace[o] == QLatin1String(outer) && isInside(places[i], places[o]))
+                    outerOf[i] = o;
+        }
+    }
+    std::vector<fs::path> roots = places;
+    std::vector<std::string> skipped;
+    std::vector<bool> walkedApart(places.size(), false);
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        struct stat st{};
+        // A file inside (a disk image) costs nothing to count twice; only folders are kept apart.
+        if (outerOf[i] < places.size() && ::lstat(places[i].c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            skipped.push_back(places[i].lexically_normal().native());
+            roots[i] = fs::path(skipped.back() + "/");
+            walkedApart[i] = true;
+        }
+    }
+    platform::WalkOptions options;
+    if (!skipped.empty())
+        options.skipDescendants = [&skipped](const std::string &folder) {
+            return std::find(skipped.begin(), skipped.end(), folder) != skipped.end();
+        };
+    const std::vector<platform::WalkTotals> totals = platform::walkTrees(roots, options);
+    XRayMeasurements measured;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        measured.bytes[keyOfPlace[i]] += totals[i].allocatedBytes;
+        if (outerOf[i] < places.size()) {
+            // The outer place holds it too: counted there, and noted as nested.
+            if (walkedApart[i])
+                measured.bytes[keyOfPlace[outerOf[i]]] += totals[i].allocatedBytes;
+            measured.nested[keyOfPlace[outerOf[i]]] += totals[i].allocatedBytes;
         }
     }
     return measured;
