@@ -76,7 +76,18 @@ QtObject {
         "hourglass": "hourglass_empty",
         "iphone.slash": "mobile_off",
         "lock.fill": "lock",
-        "info.circle": "info_outline"
+        "info.circle": "info_outline",
+        "archivebox": "archive",
+        "archivebox.fill": "all_inbox",
+        "doc.text.below.ecg": "monitor_heart",
+        "memorychip": "memory",
+        "folder.fill.badge.gearshape": "folder_special",
+        "cube.fill": "view_in_ar",
+        "doc.on.doc": "content_copy",
+        "doc.on.doc.fill": "file_copy",
+        "square.grid.2x2": "apps",
+        "app": "web_asset",
+        "clock": "schedule"
     })
 
     function glyph(name) {

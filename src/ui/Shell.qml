@@ -11,6 +11,7 @@ Item {
     // The sections whose screens exist, in sidebar order.
     readonly property var sections: [
         { key: "overview", label: "Overview", icon: "sparkles.rectangle.stack" },
+        { key: "xray", label: "X-Ray", icon: "rays" },
         { key: "explore", label: "Explore", icon: "magnifyingglass" },
         { key: "profiles", label: "Profiles", icon: "person.crop.square.filled.and.at.rectangle" },
         { key: "devclean", label: "Dev Clean", icon: "wrench.and.screwdriver" },
@@ -45,6 +46,7 @@ Item {
             currentIndex: shell.sections.findIndex(s => s.key === shell.selection)
 
             OverviewView { objectName: "overviewView" }
+            XRayView { objectName: "xrayView" }
             ExploreView { objectName: "exploreView" }
             ProfilesView { objectName: "profilesView" }
             DevCleanView { objectName: "devCleanView" }

@@ -22,7 +22,7 @@ Rectangle {
                 required property int index
                 required property string modelData
                 objectName: "tab_" + modelData
-                width: tabContent.implicitWidth + 28
+                width: Math.ceil(tabContent.implicitWidth) + 28
                 height: 30
                 radius: Theme.smallRadius
                 color: index === row.currentIndex ? Theme.card : "transparent"
@@ -40,6 +40,9 @@ Rectangle {
                         anchors.verticalCenter: parent.verticalCenter
                     }
                     Text {
+                        // as wide as in its selected weight, so that the tabs keep their places
+                        width: Math.ceil(selectedLabel.advanceWidth)
+                        horizontalAlignment: Text.AlignHCenter
                         text: modelData
                         anchors.verticalCenter: parent.verticalCenter
                         font.family: Theme.fontFamily
@@ -47,6 +50,13 @@ Rectangle {
                         font.weight: index === row.currentIndex ? Font.DemiBold : Font.Medium
                         color: index === row.currentIndex ? Theme.text : Theme.tertiaryText
                     }
+                }
+                TextMetrics {
+                    id: selectedLabel
+                    font.family: Theme.fontFamily
+                    font.pixelSize: Theme.bodySize
+                    font.weight: Font.DemiBold
+                    text: modelData
                 }
                 MouseArea {
                     anchors.fill: parent

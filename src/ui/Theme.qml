@@ -17,6 +17,13 @@ QtObject {
     readonly property color yellow: "#EAB308"
     readonly property color purple: "#A855F7"
     readonly property color blue: "#3B82F6"
+    // The accent as one colour: the middle of the indigo-to-violet gradient.
+    readonly property color accentTint: "#6F50EF"
+    readonly property color teal: "#14B8A6"
+    readonly property color cyan: "#06B6D4"
+    readonly property color mint: "#34D399"
+    readonly property color gray: "#94A3B8"
+    readonly property color slate: "#7C8BA1"
 
     // Neutrals.
     readonly property color text: dark ? "#F1F5F9" : "#0F172A"
@@ -66,6 +73,12 @@ QtObject {
         case "yellow": return yellow
         case "purple": return purple
         case "blue": return blue
+        case "accent": return accentTint
+        case "teal": return teal
+        case "cyan": return cyan
+        case "mint": return mint
+        case "gray": return gray
+        case "secondary": return slate
         default: return tertiaryText
         }
     }
