@@ -16,6 +16,7 @@
 #include "recommendations/SmartScanService.h"
 #include "ui/Services.h"
 
+#include <QPointer>
 #include <QQmlEngine>
 #include <QQmlExtensionPlugin>
 #include <QtQuickTest>
@@ -291,6 +292,35 @@ public:
         return QString::fromStdString(file.native());
     }
 
+    // A file of `bytes` bytes whose content follows from `seed`: files written
+    // with one seed and size are identical, with two seeds they differ.
+    Q_INVOKABLE QString writeBytes(const QString &relative, double bytes, int seed)
+    {
+        std::string content(static_cast<std::size_t>(bytes), '\0');
+        quint32 state = 2166136261u ^ static_cast<quint32>(seed);
+        for (char &c : content) {
+            state = state * 1664525u + 1013904223u;
+            c = static_cast<char>(state >> 24);
+        }
+        const fs::path file = m_home.path() / relative.toStdString();
+        writeWhole(file, content, 0644);
+        return QString::fromStdString(file.native());
+    }
+
+    // Keeps an eye on one object, to tell later whether it still exists.
+    Q_INVOKABLE void watch(QObject *object) { m_watched = object; }
+    Q_INVOKABLE bool watchedExists() const { return !m_watched.isNull(); }
+
+    // The blocks a file or a folder's files take up, as the disk counts them.
+    Q_INVOKABLE double allocatedBytes(const QString &relative) const
+    {
+        const fs::path item = m_home.path() / relative.toStdString();
+        struct stat st{};
+        if (::lstat(item.c_str(), &st) == 0 && S_ISREG(st.st_mode))
+            return static_cast<double>(st.st_blocks) * 512;
+        return static_cast<double>(platform::walkTree(item).allocatedBytes);
+    }
+
     // Sets a file's modification time to `secondsAgo` before now.
     Q_INVOKABLE void setModified(const QString &relative, double secondsAgo)
     {
@@ -354,6 +384,7 @@ private:
     }
 
     test::TempHome m_home;
+    QPointer<QObject> m_watched;
     ScriptedMounts *m_mounts = nullptr;
     ScriptedVolumes *m_volumes = nullptr;
     RecordingRevealer *m_revealer = nullptr;
@@ -369,6 +400,9 @@ public slots:
     {
         registerBundledFonts();
         engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        // Each file gets a home and an app of its own. The last file's go
+        // first: a home gives HOME back as it found it when it goes.
+        m_hooks.reset();
         m_hooks = std::make_unique<TestHooks>();
         qmlRegisterSingletonInstance("TessolyTest", 1, 0, "Hooks", m_hooks.get());
     }
@@ -383,9 +417,16 @@ int main(int argc, char **argv)
     std::string runtime = (fs::temp_directory_path() / "tessoly-runtime-XXXXXX").native();
     if (::mkdtemp(runtime.data()) != nullptr)
         qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(runtime));
+    // No system data folders: the machine's own desktop entries would join
+    // the test home's installed apps.
+    std::string dataDirs = (fs::temp_directory_path() / "tessoly-data-dirs-XXXXXX").native();
+    if (::mkdtemp(dataDirs.data()) != nullptr)
+        qputenv("XDG_DATA_DIRS", QByteArray::fromStdString(dataDirs));
     g_previousHandler = qInstallMessageHandler(countWarnings);
     Setup setup;
     const int failures = quick_test_main_with_setup(argc, argv, "tessoly_screens", QUICK_TEST_SOURCE_DIR, &setup);
+    std::error_code error;
+    fs::remove(dataDirs, error);
     if (g_warnings > 0)
         fprintf(stderr, "FAIL: %d QML warning(s) were printed above\n", g_warnings.load());
     return failures != 0 || g_warnings > 0 ? 1 : 0;

@@ -50,12 +50,27 @@ Item {
             compare(devClean.iconName, "wrench.and.screwdriver")
             verify(findChild(shell, "section_profiles").y < devClean.y)
             verify(devClean.y < findChild(shell, "section_activity").y)
+            // X-Ray stands between Overview and Explore.
+            const xray = findChild(shell, "section_xray")
+            compare(xray.label, "X-Ray")
+            compare(xray.iconName, "rays")
+            verify(findChild(shell, "section_overview").y < xray.y)
+            verify(xray.y < findChild(shell, "section_explore").y)
+            select("xray")
+            verify(findChild(shell, "xrayView").visible)
             select("devclean")
             verify(findChild(shell, "devCleanView").visible)
             select("explore")
             verify(findChild(shell, "exploreView").visible)
             select("activity")
             verify(findChild(shell, "activityView").visible)
+        }
+
+        function test_explore_tabs() {
+            select("explore")
+            compare(findChild(shell, "exploreTabs").labels, ["Big Files", "Apps", "Duplicates", "Search"])
+            compare(findChild(shell, "exploreTabs").currentIndex, 0)
+            verify(findChild(shell, "bigFilesView").visible)
         }
 
         function test_big_files_empty_state() {
