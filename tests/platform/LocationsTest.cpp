@@ -16,7 +16,18 @@ TEST(Locations, FollowTheXdgVariablesAndUserDirectories)
     EXPECT_EQ(platform::locate("Library/Caches/Firefox", h), h / ".cache/mozilla/firefox");
     EXPECT_EQ(platform::locate("Library/pnpm/store", h), h / ".local/share/pnpm/store");
     EXPECT_EQ(platform::locate(".gradle/caches", h), h / ".gradle/caches");
-    EXPECT_EQ(platform::locate("/Library/Caches", h), fs::path("/Library/Caches"));
+    // The X-Ray's and the app data's places.
+    EXPECT_EQ(platform::locate("/Library/Caches", h), fs::path("/var/cache"));
+    EXPECT_EQ(platform::locate("Library/Caches", h), h / ".cache");
+    EXPECT_EQ(platform::locate("Library/Logs", h), h / ".local/state");
+    EXPECT_EQ(platform::locate(".Trash", h), h / ".local/share/Trash");
+    EXPECT_EQ(platform::locate("Library/Containers", h), h / ".var/app");
+    EXPECT_EQ(platform::locate("Library/Preferences", h), h / ".config");
+    EXPECT_EQ(platform::locateAll("Library/DiagnosticReports", h),
+              (std::vector<fs::path>{"/var/crash", "/var/lib/systemd/coredump"}));
+    for (const fs::path &swap : platform::locateAll("/private/var/vm", h))
+        EXPECT_TRUE(fs::is_regular_file(swap)) << swap; // swap files only, never a partition
+    EXPECT_EQ(platform::locate("/Library/Caches/com.apple.x", h), fs::path("/Library/Caches/com.apple.x"));
     // No counterpart: the name as it stands, which simply isn't there.
     EXPECT_EQ(platform::locate("Library/Caches/com.apple.Safari", h), h / "Library/Caches/com.apple.Safari");
 
