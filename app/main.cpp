@@ -46,6 +46,7 @@ int runWindow(int argc, char **argv)
 
     tessoly::TessolyApp app(tessoly::platform::makeLinuxPlatform());
     app.followSharedFiles();
+    app.startAutomation();
     tessoly::Services::install(app);
 
     QQmlApplicationEngine engine;

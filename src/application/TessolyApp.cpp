@@ -1,6 +1,9 @@
 #include "application/TessolyApp.h"
 
 #include "analysis/AppStorageScanner.h"
+#include "automation/AutoCleanupScheduler.h"
+#include "automation/AutomationNotices.h"
+#include "automation/StorageAutopilot.h"
 #include "analysis/DiskForecast.h"
 #include "analysis/UniversalSearchService.h"
 #include "analysis/DiskScanner.h"
@@ -47,6 +50,9 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_destinations = new ExternalDestinationStore(*m_platform->defaults, *m_decliningPrompter, *m_platform->revealer, this);
     m_maintenance = new MaintenanceService(home, *m_platform->volumes, *m_platform->processes, m_platform->snapshotTool, this);
     m_xray = new SystemDataXRay(home, *m_platform, *m_history, this);
+    m_notices = std::make_unique<SilentNotices>();
+    m_autopilot = new StorageAutopilot(home, *m_platform, *m_settings, *m_history, *m_notices, {}, this);
+    m_scheduler = new AutoCleanupScheduler(home, *m_platform, *m_settings, *m_history, *m_notices, {}, this);
     m_moveOperations = std::make_unique<MoveFileOperations>(*m_platform->trash, *m_platform->volumes);
     m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history);
     m_smartScan = new SmartScanService(
@@ -107,7 +113,15 @@ void TessolyApp::followSharedFiles()
         m_settings->reload();
         m_destinations->reload();
         m_forecast->load();
+        m_autopilot->reload();
+        m_scheduler->reload();
     });
+}
+
+void TessolyApp::startAutomation()
+{
+    m_autopilot->start();
+    m_scheduler->start();
 }
 
 void TessolyApp::start()

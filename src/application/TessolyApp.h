@@ -25,6 +25,9 @@ class MaintenanceService;
 class CleanupHistoryStore;
 class DiskForecast;
 class DiskScanner;
+class AutoCleanupScheduler;
+class AutomationNotices;
+class StorageAutopilot;
 class AppStorageScanner;
 class DuplicateFinder;
 class SystemDataXRay;
@@ -59,6 +62,9 @@ public:
     [[nodiscard]] SettingsStore *settings() const { return m_settings; }
     // The System Data X-Ray.
     [[nodiscard]] SystemDataXRay *xray() const { return m_xray; }
+    // The free-space guardrail and the scheduled profile cleanup.
+    [[nodiscard]] StorageAutopilot *autopilot() const { return m_autopilot; }
+    [[nodiscard]] AutoCleanupScheduler *scheduler() const { return m_scheduler; }
     // The Explore tools live as long as their screen: each call makes a new one, owned by parent.
     [[nodiscard]] AppStorageScanner *makeAppStorageScanner(QObject *parent) const;
     [[nodiscard]] DuplicateFinder *makeDuplicateFinder(QObject *parent) const;
@@ -87,6 +93,8 @@ public:
     // The window follows the log and the settings that other Tessoly
     // processes (command lines, scheduled runs) change while it is open.
     void followSharedFiles();
+    // Starts the background jobs' timers (the window does; a command line doesn't).
+    void startAutomation();
 
     // The window's start task: fresh figures, then the tour on first launch.
     Q_INVOKABLE void start();
@@ -97,6 +105,7 @@ public:
 private:
     std::unique_ptr<platform::Platform> m_platform;
     std::unique_ptr<platform::Prompter> m_decliningPrompter;
+    std::unique_ptr<AutomationNotices> m_notices;
     std::unique_ptr<MoveFileOperations> m_moveOperations;
     std::unique_ptr<FolderMover> m_mover;
     CleanupHistoryStore *m_history = nullptr;
@@ -110,6 +119,8 @@ private:
     SettingsStore *m_settings = nullptr;
     MaintenanceService *m_maintenance = nullptr;
     SystemDataXRay *m_xray = nullptr;
+    StorageAutopilot *m_autopilot = nullptr;
+    AutoCleanupScheduler *m_scheduler = nullptr;
     CleanupService *m_cleanup = nullptr;
     CleanupHistoryModel *m_historyModel = nullptr;
     HiddenSpaceCard *m_hiddenSpace = nullptr;

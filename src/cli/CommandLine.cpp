@@ -94,6 +94,8 @@ QString CommandLine::usage()
         "  search [<query>] [--min-mb N] [--limit N]\n"
         "                       files under your home whose name contains the query, biggest first\n"
         "                       (at most 500 unless --limit says otherwise)\n"
+        "  autopilot [--run]    the free-space guardrail's status and last run; --run runs it now\n"
+        "                       (deletes every safe cache, then thins snapshots if still below the limit)\n"
         "  settings [<key> [<value>]]\n"
         "                       list the settings, show one, or change one (true/false, a number or a word)\n"
         "  help                 this text\n"
@@ -111,7 +113,8 @@ int CommandLine::usageError(const QString &message)
 QCoro::Task<int> CommandLine::run(QStringList arguments)
 {
     static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete"), QStringLiteral("--yes"),
-                                   QStringLiteral("--prune-docker"), QStringLiteral("--remove-unavailable")};
+                                   QStringLiteral("--prune-docker"), QStringLiteral("--remove-unavailable"),
+                                   QStringLiteral("--run")};
     static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes"), QStringLiteral("--to"),
                                       QStringLiteral("--apply"), QStringLiteral("--delete-node-modules"),
                                       QStringLiteral("--delete-runtime"), QStringLiteral("--perform"), QStringLiteral("--keep"),
@@ -169,6 +172,7 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         {"xray", 0, 0, "xray [--perform <slice-id>] [--json]", {"--json", "--perform"}},
         {"apps", 0, 0, "apps [--json]", {"--json"}},
         {"duplicates", 0, 0, "duplicates [--keep <path>] [--json]", {"--json", "--keep"}},
+        {"autopilot", 0, 0, "autopilot [--run] [--json]", {"--json", "--run"}},
         {"search", 0, 1, "search [<query>] [--min-mb N] [--limit N] [--json]", {"--json", "--min-mb", "--limit"}},
     };
     const Shape *shape = nullptr;
@@ -231,6 +235,8 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         code = co_await apps(parsed);
     else if (parsed.command == QLatin1String("duplicates"))
         code = co_await duplicates(parsed);
+    else if (parsed.command == QLatin1String("autopilot"))
+        code = co_await autopilot(parsed);
     else if (parsed.command == QLatin1String("search"))
         code = co_await search(parsed);
     m_out.flush();

@@ -53,6 +53,7 @@ private:
     QCoro::Task<int> apps(Parsed parsed);
     QCoro::Task<int> duplicates(Parsed parsed);
     QCoro::Task<int> search(Parsed parsed);
+    QCoro::Task<int> autopilot(Parsed parsed);
     int usageError(const QString &message);
     // Prints an action's outcome (or that nothing happened); 0 when it succeeded, else 1.
     int reportOutcome(bool json, const QString &id, const std::optional<ActionOutcome> &outcome);

@@ -1,0 +1,93 @@
+#include "automation/AutoCleanupScheduler.h"
+
+#include "automation/AutomationNotices.h"
+#include "automation/StorageAutopilot.h"
+#include "cleaning/CleanupCatalogue.h"
+#include "cleaning/CleanupService.h"
+#include "core/AutoFrequency.h"
+#include "core/SettingsStore.h"
+#include "platform/Platform.h"
+
+#include <QPointer>
+#include <QTimer>
+
+namespace tessoly {
+
+AutoCleanupScheduler::AutoCleanupScheduler(std::filesystem::path home, platform::Platform &platform, SettingsStore &settings,
+                                           CleanupHistoryStore &history, AutomationNotices &notices, Clock clock,
+                                           QObject *parent)
+    : QObject(parent)
+    , m_platform(platform)
+    , m_settings(settings)
+    , m_notices(notices)
+    , m_clock(std::move(clock))
+    , m_cleanup(new CleanupService(std::move(home), *platform.trash, history, this))
+{
+    reload();
+}
+
+AutoCleanupScheduler::~AutoCleanupScheduler() = default;
+
+QDateTime AutoCleanupScheduler::now() const
+{
+    return m_clock ? m_clock() : QDateTime::currentDateTimeUtc();
+}
+
+void AutoCleanupScheduler::reload()
+{
+    m_lastRunAt = storedRunTime(m_platform.defaults->object(QString::fromLatin1(lastRunKey)));
+    emit changed();
+}
+
+void AutoCleanupScheduler::start()
+{
+    delete m_timer;
+    m_timer = new QTimer(this);
+    m_timer->setInterval(checkIntervalSeconds * 1000);
+    connect(m_timer, &QTimer::timeout, this, [this] { (void)check(); });
+    m_timer->start();
+    QTimer::singleShot(0, this, [this] { (void)check(); });
+}
+
+QCoro::Task<void> AutoCleanupScheduler::check()
+{
+    if (!m_settings.autoCleanupEnabled())
+        co_return;
+    const double interval = intervalSeconds(autoFrequencyFromRaw(m_settings.autoCleanupFrequency()));
+    if (m_lastRunAt && double(m_lastRunAt->msecsTo(now())) / 1000.0 < interval)
+        co_return;
+    co_await runCleanup();
+}
+
+QCoro::Task<void> AutoCleanupScheduler::runCleanup()
+{
+    if (m_isRunning)
+        co_return;
+    m_isRunning = true;
+    emit changed();
+    const std::optional<CleanupProfile> profile = cleanupProfileFromRaw(m_settings.autoCleanupProfile());
+    if (!profile) {
+        m_isRunning = false;
+        emit changed();
+        co_return;
+    }
+    QPointer<AutoCleanupScheduler> self(this);
+    co_await m_cleanup->measure(targets(*profile));
+    if (!self)
+        co_return;
+    const bool immediately =
+        m_platform.defaults->boolValue(QString::fromLatin1(SettingsStore::kDeleteImmediatelyKey)).value_or(false);
+    QString name = displayName(*profile);
+    const qint64 freed = co_await m_cleanup->clean(targets(*profile), std::move(name), immediately);
+    if (!self)
+        co_return;
+    m_lastFreedBytes = freed;
+    m_lastRunAt = now();
+    (void)m_platform.defaults->set(QString::fromLatin1(lastRunKey), double(m_lastRunAt->toMSecsSinceEpoch()) / 1000.0);
+    if (freed >= 1 && m_settings.notificationsEnabled())
+        m_notices.notifyCleanupDone(freed);
+    m_isRunning = false;
+    emit changed();
+}
+
+} // namespace tessoly

@@ -1,0 +1,149 @@
+#include "automation/StorageAutopilot.h"
+
+#include "automation/AutomationNotices.h"
+#include "cleaning/CleanupService.h"
+#include "cleaning/MaintenanceService.h"
+#include "core/ByteFormat.h"
+#include "core/SettingsStore.h"
+#include "platform/Platform.h"
+
+#include <QPointer>
+#include <QSet>
+#include <QTimer>
+#include <cmath>
+
+namespace tessoly {
+
+std::optional<QDateTime> storedRunTime(const std::optional<QVariant> &value)
+{
+    if (!value)
+        return std::nullopt;
+    bool ok = false;
+    const double seconds = value->toDouble(&ok);
+    if (!ok || !std::isfinite(seconds) || seconds <= 0)
+        return std::nullopt;
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(seconds * 1000), Qt::UTC);
+}
+
+StorageAutopilot::StorageAutopilot(std::filesystem::path home, platform::Platform &platform, SettingsStore &settings,
+                                   CleanupHistoryStore &history, AutomationNotices &notices, Clock clock, QObject *parent)
+    : QObject(parent)
+    , m_platform(platform)
+    , m_settings(settings)
+    , m_notices(notices)
+    , m_clock(std::move(clock))
+    , m_cleanup(new CleanupService(home, *platform.trash, history, this))
+    , m_maintenance(new MaintenanceService(home, *platform.volumes, *platform.processes, platform.snapshotTool, this))
+{
+    reload();
+    m_currentFreeBytes = m_maintenance->currentFreeBytes();
+}
+
+StorageAutopilot::~StorageAutopilot() = default;
+
+QDateTime StorageAutopilot::now() const
+{
+    return m_clock ? m_clock() : QDateTime::currentDateTimeUtc();
+}
+
+qint64 StorageAutopilot::limitBytes() const
+{
+    return qint64(m_settings.autopilotMinFreeGB()) * 1073741824;
+}
+
+void StorageAutopilot::reload()
+{
+    m_lastRunAt = storedRunTime(m_platform.defaults->object(QString::fromLatin1(lastRunKey)));
+    emit changed();
+}
+
+QString StorageAutopilot::statusLine() const
+{
+    if (!m_settings.autopilotEnabled())
+        return QStringLiteral("Off");
+    if (m_isRunning)
+        return QStringLiteral("Running a guardrail cleanup…");
+    if (m_currentFreeBytes >= limitBytes())
+        return QStringLiteral("Monitoring — %1 free, guardrail %2 GB").arg(formatBytes(m_currentFreeBytes)).arg(m_settings.autopilotMinFreeGB());
+    return QStringLiteral("Below guardrail (%1 free) — next run when the cooldown ends").arg(formatBytes(m_currentFreeBytes));
+}
+
+std::vector<CleanupTarget> StorageAutopilot::allSafeTargets()
+{
+    std::vector<CleanupTarget> list;
+    QSet<QString> seen;
+    for (CleanupProfile profile : allCleanupProfiles) {
+        for (CleanupTarget &target : targets(profile)) {
+            if (target.safety != SafetyLevel::Safe || seen.contains(target.id))
+                continue;
+            seen.insert(target.id);
+            list.push_back(std::move(target));
+        }
+    }
+    return list;
+}
+
+void StorageAutopilot::start()
+{
+    delete m_timer;
+    m_timer = new QTimer(this);
+    m_timer->setInterval(checkIntervalSeconds * 1000);
+    connect(m_timer, &QTimer::timeout, this, [this] { (void)check(); });
+    m_timer->start();
+    QTimer::singleShot(0, this, [this] { (void)check(); });
+}
+
+void StorageAutopilot::runNow()
+{
+    if (!m_isRunning)
+        (void)runGuardrail();
+}
+
+QCoro::Task<void> StorageAutopilot::check()
+{
+    m_currentFreeBytes = m_maintenance->currentFreeBytes();
+    emit changed();
+    if (!m_settings.autopilotEnabled() || m_isRunning)
+        co_return;
+    if (m_currentFreeBytes >= limitBytes())
+        co_return;
+    if (m_lastRunAt && m_lastRunAt->secsTo(now()) < runCooldownSeconds)
+        co_return;
+    co_await runGuardrail();
+}
+
+QCoro::Task<void> StorageAutopilot::runGuardrail()
+{
+    if (m_isRunning)
+        co_return;
+    m_isRunning = true;
+    emit changed();
+    QPointer<StorageAutopilot> self(this);
+    const qint64 before = m_maintenance->currentFreeBytes();
+    QString profile = QStringLiteral("Autopilot");
+    // Deleted outright: moving caches to the Trash would free nothing.
+    const qint64 cleaned = co_await m_cleanup->clean(allSafeTargets(), std::move(profile), true);
+    if (!self)
+        co_return;
+    const qint64 shortfall = limitBytes() - m_maintenance->currentFreeBytes();
+    if (shortfall >= 1) {
+        co_await m_maintenance->reclaim(std::max(shortfall, minimumThinBytes));
+        if (!self)
+            co_return;
+    }
+    const qint64 after = m_maintenance->currentFreeBytes();
+    m_currentFreeBytes = after;
+    m_lastFreedBytes = std::max(std::max<qint64>(after - before, 0), std::max<qint64>(cleaned, 0));
+    m_lastRunAt = now();
+    (void)m_platform.defaults->set(QString::fromLatin1(lastRunKey), double(m_lastRunAt->toMSecsSinceEpoch()) / 1000.0);
+    if (m_settings.notificationsEnabled()) {
+        if (m_lastFreedBytes >= 1)
+            m_notices.notifyAutopilotRan(m_lastFreedBytes, after, m_settings.autopilotMinFreeGB());
+        else if (after < limitBytes())
+            m_notices.notifyAutopilotNudge(after, m_settings.autopilotMinFreeGB());
+    }
+    m_isRunning = false;
+    emit changed();
+}
+
+} // namespace tessoly
