@@ -2,7 +2,7 @@
 
 #include "analysis/AppStorageScanner.h"
 #include "automation/AutoCleanupScheduler.h"
-#include "automation/AutomationNotices.h"
+#include "automation/NotificationManager.h"
 #include "automation/StorageAutopilot.h"
 #include "analysis/DiskForecast.h"
 #include "analysis/UniversalSearchService.h"
@@ -50,9 +50,9 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_destinations = new ExternalDestinationStore(*m_platform->defaults, *m_decliningPrompter, *m_platform->revealer, this);
     m_maintenance = new MaintenanceService(home, *m_platform->volumes, *m_platform->processes, m_platform->snapshotTool, this);
     m_xray = new SystemDataXRay(home, *m_platform, *m_history, this);
-    m_notices = std::make_unique<SilentNotices>();
-    m_autopilot = new StorageAutopilot(home, *m_platform, *m_settings, *m_history, *m_notices, {}, this);
-    m_scheduler = new AutoCleanupScheduler(home, *m_platform, *m_settings, *m_history, *m_notices, {}, this);
+    m_notifications = new NotificationManager(*m_platform->notifier, {}, this);
+    m_autopilot = new StorageAutopilot(home, *m_platform, *m_settings, *m_history, *m_notifications, {}, this);
+    m_scheduler = new AutoCleanupScheduler(home, *m_platform, *m_settings, *m_history, *m_notifications, {}, this);
     m_moveOperations = std::make_unique<MoveFileOperations>(*m_platform->trash, *m_platform->volumes);
     m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history);
     m_smartScan = new SmartScanService(
@@ -120,6 +120,7 @@ void TessolyApp::followSharedFiles()
 
 void TessolyApp::startAutomation()
 {
+    (void)m_notifications->refreshAuthorization();
     m_autopilot->start();
     m_scheduler->start();
 }

@@ -26,7 +26,7 @@ class CleanupHistoryStore;
 class DiskForecast;
 class DiskScanner;
 class AutoCleanupScheduler;
-class AutomationNotices;
+class NotificationManager;
 class StorageAutopilot;
 class AppStorageScanner;
 class DuplicateFinder;
@@ -65,6 +65,7 @@ public:
     // The free-space guardrail and the scheduled profile cleanup.
     [[nodiscard]] StorageAutopilot *autopilot() const { return m_autopilot; }
     [[nodiscard]] AutoCleanupScheduler *scheduler() const { return m_scheduler; }
+    [[nodiscard]] NotificationManager *notifications() const { return m_notifications; }
     // The Explore tools live as long as their screen: each call makes a new one, owned by parent.
     [[nodiscard]] AppStorageScanner *makeAppStorageScanner(QObject *parent) const;
     [[nodiscard]] DuplicateFinder *makeDuplicateFinder(QObject *parent) const;
@@ -105,7 +106,6 @@ public:
 private:
     std::unique_ptr<platform::Platform> m_platform;
     std::unique_ptr<platform::Prompter> m_decliningPrompter;
-    std::unique_ptr<AutomationNotices> m_notices;
     std::unique_ptr<MoveFileOperations> m_moveOperations;
     std::unique_ptr<FolderMover> m_mover;
     CleanupHistoryStore *m_history = nullptr;
@@ -119,6 +119,7 @@ private:
     SettingsStore *m_settings = nullptr;
     MaintenanceService *m_maintenance = nullptr;
     SystemDataXRay *m_xray = nullptr;
+    NotificationManager *m_notifications = nullptr;
     StorageAutopilot *m_autopilot = nullptr;
     AutoCleanupScheduler *m_scheduler = nullptr;
     CleanupService *m_cleanup = nullptr;

@@ -14,12 +14,4 @@ public:
     virtual void notifyCleanupDone(qint64 freedBytes) = 0;
 };
 
-// Tells nobody: where no notification service is at hand.
-class SilentNotices final : public AutomationNotices {
-public:
-    void notifyAutopilotRan(qint64, qint64, int) override {}
-    void notifyAutopilotNudge(qint64, int) override {}
-    void notifyCleanupDone(qint64) override {}
-};
-
 } // namespace tessoly

@@ -1,6 +1,7 @@
 // The command line's automation commands: the free-space guardrail.
 #include "application/TessolyApp.h"
 #include "automation/AutoCleanupScheduler.h"
+#include "automation/NotificationManager.h"
 #include "automation/StorageAutopilot.h"
 #include "cli/CommandLine.h"
 #include "core/ByteFormat.h"
@@ -15,6 +16,7 @@ QCoro::Task<int> CommandLine::autopilot(Parsed parsed)
 {
     StorageAutopilot &autopilot = *m_app.autopilot();
     const bool json = parsed.flag("--json");
+    co_await m_app.notifications()->refreshAuthorization(); // a run may notify
     if (parsed.flag("--run")) {
         showProgress(QStringLiteral("Deleting every safe cache, then thinning snapshots if still below the guardrail…"));
         co_await autopilot.runGuardrail();

@@ -3,6 +3,7 @@
 #include "platform/DefaultsStore.h"
 #include "platform/Locations.h"
 #include "platform/MountedVolumes.h"
+#include "platform/Notifier.h"
 #include "platform/ProcessRunner.h"
 #include "platform/Revealer.h"
 #include "platform/Trash.h"
@@ -24,6 +25,7 @@ struct Platform {
     std::unique_ptr<Revealer> revealer;
     std::unique_ptr<ProcessRunner> processes;
     std::unique_ptr<MountedVolumes> mounts;
+    std::unique_ptr<Notifier> notifier;
     // The local snapshot tool, where the system has one.
     std::optional<std::filesystem::path> snapshotTool;
     // The docker command (it may not exist: then Docker isn't installed) and

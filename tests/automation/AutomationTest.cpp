@@ -4,14 +4,21 @@
 #include "TestSupport.h"
 #include "automation/AutoCleanupScheduler.h"
 #include "automation/AutomationNotices.h"
+#include "automation/NotificationManager.h"
 #include "automation/StorageAutopilot.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "core/SettingsStore.h"
 #include "platform/Platform.h"
+#include "platform/linux/FreedesktopNotifier.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonDefaultsStore.h"
 #include "platform/linux/LinuxPlatform.h"
 
+#include <QDBusConnection>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTest>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -173,4 +180,103 @@ TEST_F(Automation, TheScheduleRunsWeeklyAndRecordsEvenANothingRun)
     runTask(schedule->check());
     EXPECT_FALSE(schedule->isRunning());
     EXPECT_EQ(*schedule->lastRunAt(), now.addSecs(-30 * 86400));
+}
+
+namespace {
+
+// A private bus with a real dbus-daemon, and the fake notification service on it.
+struct PrivateBus {
+    QProcess daemon;
+    QProcess service;
+    QString address;
+    fs::path log;
+    explicit PrivateBus(const fs::path &folder, bool withService)
+        : log(folder / "notifications.jsonl")
+    {
+        daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address=1"});
+        daemon.waitForReadyRead(10000);
+        address = QString::fromUtf8(daemon.readLine()).trimmed();
+        if (withService) {
+            service.start(FAKE_NOTIFICATIONS, {address, QString::fromStdString(log.native())});
+            service.waitForReadyRead(10000);
+        }
+    }
+    ~PrivateBus()
+    {
+        service.kill();
+        service.waitForFinished();
+        daemon.kill();
+        daemon.waitForFinished();
+    }
+    [[nodiscard]] QList<QJsonObject> received() const
+    {
+        QList<QJsonObject> lines;
+        if (!fs::exists(log))
+            return lines;
+        for (const QByteArray &line : QByteArray::fromStdString(readFile(log)).split('\n'))
+            if (!line.isEmpty())
+                lines.append(QJsonDocument::fromJson(line).object());
+        return lines;
+    }
+};
+
+void waitFor(const std::function<bool()> &done)
+{
+    for (int i = 0; i < 200 && !done(); ++i)
+        QTest::qWait(10);
+}
+
+} // namespace
+
+TEST(Notifications, TheServiceReceivesTheExactTextsAndNudgesCoolDown)
+{
+    TempHome home;
+    PrivateBus bus(home.path(), true);
+    ASSERT_FALSE(bus.address.isEmpty());
+    platform::FreedesktopNotifier notifier(QDBusConnection::connectToBus(bus.address, "notifications-test"));
+    QDateTime now(QDate(2026, 11, 23), QTime(9, 0), Qt::UTC);
+    NotificationManager manager(notifier, [&now] { return now; });
+    runTask(manager.refreshAuthorization());
+    ASSERT_TRUE(manager.authorizationGranted());
+
+    manager.notifyCleanupDone(3'500'000'000);
+    manager.notifyAutopilotRan(2'000'000'000, 25'000'000'000, 20);
+    manager.notifyAutopilotNudge(12'000'000'000, 20);
+    now = now.addSecs(5 * 3600); // 5 h later: no second nudge
+    manager.notifyAutopilotNudge(12'000'000'000, 20);
+    now = now.addSecs(3600); // 6 h after the first: a second one
+    manager.notifyAutopilotNudge(11'000'000'000, 20);
+    waitFor([&] { return bus.received().size() >= 4; });
+    QTest::qWait(100);
+    const QList<QJsonObject> got = bus.received();
+    ASSERT_EQ(got.size(), 4);
+    EXPECT_EQ(got[0]["title"].toString(), "Reclaimed 3.5 GB");
+    EXPECT_EQ(got[0]["body"].toString(), "Local snapshots thinned. Disk space restored.");
+    EXPECT_TRUE(got[0]["id"].toString().startsWith("reclaim-complete-"));
+    EXPECT_EQ(got[0]["app"].toString(), "Tessoly");
+    EXPECT_EQ(got[0]["entry"].toString(), "tessoly");
+    EXPECT_EQ(got[1]["title"].toString(), "Autopilot reclaimed 2 GB");
+    EXPECT_EQ(got[1]["body"].toString(),
+              "Free space dropped below your 20 GB guardrail. Safe caches were cleaned — 25 GB free now.");
+    EXPECT_TRUE(got[1]["id"].toString().startsWith("autopilot-run-"));
+    EXPECT_EQ(got[2]["title"].toString(), "Disk below your 20 GB guardrail");
+    EXPECT_EQ(got[2]["body"].toString(), "Autopilot found nothing more that's safe to clean automatically (12 GB free). "
+                                         "Open Tessoly to review what's taking space.");
+    EXPECT_TRUE(got[2]["id"].toString().startsWith("autopilot-attention-"));
+    EXPECT_EQ(got[3]["body"].toString().contains("(11 GB free)"), true);
+    EXPECT_NE(got[2]["id"], got[3]["id"]);
+}
+
+TEST(Notifications, WithoutAServiceNothingIsPostedAndNoCooldownStarts)
+{
+    TempHome home;
+    PrivateBus bus(home.path(), false);
+    platform::FreedesktopNotifier notifier(QDBusConnection::connectToBus(bus.address, "no-service-test"));
+    NotificationManager manager(notifier);
+    runTask(manager.refreshAuthorization());
+    EXPECT_FALSE(manager.authorizationGranted());
+    manager.notifyAutopilotNudge(1, 20);
+    manager.notifyCleanupDone(1);
+    QTest::qWait(100);
+    EXPECT_TRUE(bus.received().isEmpty());
 }

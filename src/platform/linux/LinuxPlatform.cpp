@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxPlatform.h"
 
+#include "platform/linux/FreedesktopNotifier.h"
+
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonDefaultsStore.h"
 #include "platform/linux/LinuxLocations.h"
@@ -90,6 +92,7 @@ std::unique_ptr<Platform> makeLinuxPlatform()
     platform->volumes = std::make_unique<StatvfsVolumeInfo>();
     platform->revealer = std::make_unique<FileManagerRevealer>();
     platform->processes = std::make_unique<QtProcessRunner>();
+    platform->notifier = std::make_unique<FreedesktopNotifier>();
     // Drives are mounted under these folders; more can be named for demos and tests.
     std::vector<std::filesystem::path> externalRoots{"/media", "/run/media", "/mnt"};
     for (const QByteArray &root : qgetenv("TESSOLY_EXTERNAL_ROOTS").split(':'))
