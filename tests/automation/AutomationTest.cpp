@@ -5,6 +5,7 @@
 #include "automation/AutoCleanupScheduler.h"
 #include "automation/AutomationNotices.h"
 #include "automation/NotificationManager.h"
+#include "automation/StatusMenu.h"
 #include "automation/StorageAutopilot.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "core/SettingsStore.h"
@@ -279,4 +280,33 @@ TEST(Notifications, WithoutAServiceNothingIsPostedAndNoCooldownStarts)
     manager.notifyCleanupDone(1);
     QTest::qWait(100);
     EXPECT_TRUE(bus.received().isEmpty());
+}
+
+TEST(StatusMenuRows, RowsFollowTheAutopilotAndTheOneGibPurgeableLine)
+{
+    constexpr qint64 GB = 1000000000;
+    StatusFigures figures{120 * GB, 500 * GB, false, QStringLiteral("Off"), 1073741823, 20};
+    std::vector<StatusMenuRow> rows = StatusMenu::rows(figures);
+    QStringList titles;
+    for (const StatusMenuRow &row : rows)
+        titles << (row.separator ? QStringLiteral("—") : row.title);
+    EXPECT_EQ(titles, (QStringList{"120 GB free of 500 GB", "—", "Open Tessoly", "—", "Quit Tessoly"}));
+    EXPECT_FALSE(rows[0].enabled);
+    EXPECT_EQ(rows[2].action, StatusMenuRow::Action::OpenApp);
+    EXPECT_EQ(rows[2].key, "o");
+    EXPECT_EQ(rows[4].key, "q");
+    EXPECT_EQ(StatusMenu::symbol(figures), "internaldrive") << "without the guardrail the icon never warns";
+
+    figures.autopilotEnabled = true;
+    figures.autopilotStatusLine = QStringLiteral("Monitoring — 120 GB free, guardrail 20 GB");
+    figures.purgeableBytes = 1073741824;
+    titles.clear();
+    for (const StatusMenuRow &row : StatusMenu::rows(figures))
+        titles << (row.separator ? QStringLiteral("—") : row.title);
+    EXPECT_EQ(titles, (QStringList{"120 GB free of 500 GB", "Autopilot: Monitoring — 120 GB free, guardrail 20 GB",
+                                   "1.07 GB purgeable", "—", "Open Tessoly", "Run Autopilot Now",
+                                   "Reclaim Purgeable Space", "—", "Quit Tessoly"}));
+    figures.freeBytes = 20 * 1073741824LL - 1;
+    EXPECT_EQ(StatusMenu::symbol(figures), "externaldrive.fill.trianglebadge.exclamationmark");
+    EXPECT_EQ(StatusMenu::title(figures), " 21.47 GB");
 }
