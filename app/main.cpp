@@ -1,4 +1,5 @@
 // The tessoly executable: the window without arguments, the command line with them.
+#include "ui/MenubarController.h"
 #include "ui/Services.h"
 #include "cli/CommandLine.h"
 #include "application/TessolyApp.h"
@@ -56,6 +57,7 @@ int runWindow(int argc, char **argv)
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Tessoly/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
+    tessoly::MenubarController statusItem(app);
     // The window's start task runs once the event loop is up.
     QTimer::singleShot(0, &app, &tessoly::TessolyApp::start);
     return QApplication::exec();
