@@ -8,6 +8,7 @@
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"
 #include "platform/Platform.h"
+#include "platform/linux/FreedesktopNotifier.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonDefaultsStore.h"
 #include "platform/linux/LinuxLocations.h"
@@ -113,6 +114,8 @@ public:
         auto mounts = std::make_unique<ScriptedMounts>();
         m_mounts = mounts.get();
         platform->mounts = std::move(mounts);
+        // A bus that isn't there: the screens' tests never notify the desktop.
+        platform->notifier = std::make_unique<platform::FreedesktopNotifier>(QDBusConnection(QStringLiteral("no bus")));
         // docker and xcrun are looked for in "tools" of the test home, where
         // the tests write fake ones (writeTool); none there reads as not
         // installed. The variables say the same to anything that reads them.
