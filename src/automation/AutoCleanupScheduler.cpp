@@ -1,7 +1,7 @@
 #include "automation/AutoCleanupScheduler.h"
 
 #include "automation/AutomationNotices.h"
-#include "automation/StorageAutopilot.h"
+#include "automation/BackgroundJob.h"
 #include "cleaning/CleanupCatalogue.h"
 #include "cleaning/CleanupService.h"
 #include "core/AutoFrequency.h"
@@ -9,7 +9,6 @@
 #include "platform/Platform.h"
 
 #include <QPointer>
-#include <QTimer>
 
 namespace tessoly {
 
@@ -35,18 +34,13 @@ QDateTime AutoCleanupScheduler::now() const
 
 void AutoCleanupScheduler::reload()
 {
-    m_lastRunAt = storedRunTime(m_platform.defaults->object(QString::fromLatin1(lastRunKey)));
+    m_lastRunAt = loadRunTime(*m_platform.defaults, lastRunKey);
     emit changed();
 }
 
 void AutoCleanupScheduler::start()
 {
-    delete m_timer;
-    m_timer = new QTimer(this);
-    m_timer->setInterval(checkIntervalSeconds * 1000);
-    connect(m_timer, &QTimer::timeout, this, [this] { (void)check(); });
-    m_timer->start();
-    QTimer::singleShot(0, this, [this] { (void)check(); });
+    armChecks(this, m_timer, checkIntervalSeconds, [this] { (void)check(); });
 }
 
 QCoro::Task<void> AutoCleanupScheduler::check()
@@ -83,7 +77,7 @@ QCoro::Task<void> AutoCleanupScheduler::runCleanup()
         co_return;
     m_lastFreedBytes = freed;
     m_lastRunAt = now();
-    (void)m_platform.defaults->set(QString::fromLatin1(lastRunKey), double(m_lastRunAt->toMSecsSinceEpoch()) / 1000.0);
+    storeRunTime(*m_platform.defaults, lastRunKey, *m_lastRunAt);
     if (freed >= 1 && m_settings.notificationsEnabled())
         m_notices.notifyCleanupDone(freed);
     m_isRunning = false;

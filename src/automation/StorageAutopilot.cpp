@@ -1,6 +1,7 @@
 #include "automation/StorageAutopilot.h"
 
 #include "automation/AutomationNotices.h"
+#include "automation/BackgroundJob.h"
 #include "cleaning/CleanupService.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/ByteFormat.h"
@@ -9,21 +10,8 @@
 
 #include <QPointer>
 #include <QSet>
-#include <QTimer>
-#include <cmath>
 
 namespace tessoly {
-
-std::optional<QDateTime> storedRunTime(const std::optional<QVariant> &value)
-{
-    if (!value)
-        return std::nullopt;
-    bool ok = false;
-    const double seconds = value->toDouble(&ok);
-    if (!ok || !std::isfinite(seconds) || seconds <= 0)
-        return std::nullopt;
-    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(seconds * 1000), Qt::UTC);
-}
 
 StorageAutopilot::StorageAutopilot(std::filesystem::path home, platform::Platform &platform, SettingsStore &settings,
                                    CleanupHistoryStore &history, AutomationNotices &notices, Clock clock, QObject *parent)
@@ -53,7 +41,7 @@ qint64 StorageAutopilot::limitBytes() const
 
 void StorageAutopilot::reload()
 {
-    m_lastRunAt = storedRunTime(m_platform.defaults->object(QString::fromLatin1(lastRunKey)));
+    m_lastRunAt = loadRunTime(*m_platform.defaults, lastRunKey);
     emit changed();
 }
 
@@ -85,12 +73,7 @@ std::vector<CleanupTarget> StorageAutopilot::allSafeTargets()
 
 void StorageAutopilot::start()
 {
-    delete m_timer;
-    m_timer = new QTimer(this);
-    m_timer->setInterval(checkIntervalSeconds * 1000);
-    connect(m_timer, &QTimer::timeout, this, [this] { (void)check(); });
-    m_timer->start();
-    QTimer::singleShot(0, this, [this] { (void)check(); });
+    armChecks(this, m_timer, checkIntervalSeconds, [this] { (void)check(); });
 }
 
 void StorageAutopilot::runNow()
@@ -135,7 +118,7 @@ QCoro::Task<void> StorageAutopilot::runGuardrail()
     m_currentFreeBytes = after;
     m_lastFreedBytes = std::max(std::max<qint64>(after - before, 0), std::max<qint64>(cleaned, 0));
     m_lastRunAt = now();
-    (void)m_platform.defaults->set(QString::fromLatin1(lastRunKey), double(m_lastRunAt->toMSecsSinceEpoch()) / 1000.0);
+    storeRunTime(*m_platform.defaults, lastRunKey, *m_lastRunAt);
     if (m_settings.notificationsEnabled()) {
         if (m_lastFreedBytes >= 1)
             m_notices.notifyAutopilotRan(m_lastFreedBytes, after, m_settings.autopilotMinFreeGB());

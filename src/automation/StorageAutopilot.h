@@ -85,7 +85,4 @@ private:
     qint64 m_currentFreeBytes = 0;
 };
 
-// A run time stored as seconds since 1970 (a number); 0 or less, absent or not a number: none.
-[[nodiscard]] std::optional<QDateTime> storedRunTime(const std::optional<QVariant> &value);
-
 } // namespace tessoly
