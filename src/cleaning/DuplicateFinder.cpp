@@ -189,10 +189,7 @@ std::vector<fs::path> DuplicateFinder::roots(const fs::path &home)
     }
     std::vector<fs::path> roots;
     for (const fs::path &root : found) {
-        const bool inside = std::any_of(found.begin(), found.end(), [&root](const fs::path &other) {
-            const std::string &a = root.native(), &b = other.native();
-            return a != b && a.size() > b.size() && a.starts_with(b) && (b.back() == '/' || a[b.size()] == '/');
-        });
+        const bool inside = std::any_of(found.begin(), found.end(), [&root](const fs::path &other) { return liesInside(root, other); });
         if (!inside && std::find(roots.begin(), roots.end(), root) == roots.end())
             roots.push_back(root);
     }
@@ -257,11 +254,12 @@ QCoro::Task<void> DuplicateFinder::scan()
 DuplicateFinder::KeepOutcome DuplicateFinder::keep(const QString &groupId, const fs::path &file)
 {
     const auto group = std::find_if(m_groups.begin(), m_groups.end(), [&](const DuplicateGroup &g) { return g.id == groupId; });
+    auto nothing = [](QString problem) { return KeepOutcome{0, problem, problem}; };
     if (group == m_groups.end() || std::find(group->files.begin(), group->files.end(), file) == group->files.end())
-        return {0, QStringLiteral("That file isn't in this group any more.")};
+        return nothing(QStringLiteral("That file isn't in this group any more."));
     if (!isFileOfSize(file, group->bytes)) {
-        return {0, QStringLiteral("%1 is no longer there as it was found, so nothing was trashed. Scan again.")
-                       .arg(displayPath(file.filename()))};
+        return nothing(QStringLiteral("%1 is no longer there as it was found, so nothing was trashed. Scan again.")
+                           .arg(displayPath(file.filename())));
     }
     std::vector<CleanupHistoryEntry::Item> items;
     std::vector<fs::path> remaining;
@@ -298,19 +296,15 @@ DuplicateFinder::KeepOutcome DuplicateFinder::keep(const QString &groupId, const
         m_groups.erase(group);
     recomputeTotal();
     emit groupsChanged();
-    return {trashed, problem};
+    QString words = QStringLiteral("Kept %1, trashed the rest.").arg(displayPath(file.filename()));
+    if (!problem.isEmpty())
+        words += u' ' + problem;
+    return {trashed, problem, words};
 }
 
 QString DuplicateFinder::keepFile(const QString &groupId, const QString &path)
 {
-    const fs::path file = textToPath(path);
-    const KeepOutcome outcome = keep(groupId, file);
-    if (outcome.trashed == 0 && !outcome.problem.isEmpty())
-        return outcome.problem;
-    QString words = QStringLiteral("Kept %1, trashed the rest.").arg(displayPath(file.filename()));
-    if (!outcome.problem.isEmpty())
-        words += u' ' + outcome.problem;
-    return words;
+    return keep(groupId, textToPath(path)).words;
 }
 
 } // namespace tessoly

@@ -60,10 +60,11 @@ public:
 
     // Keeps one file of a group and moves the others to the Trash. Returns
     // how many went; none when the kept file is no longer what was found
-    // (then nothing is touched and problem says why).
+    // (then nothing is touched and problem says why); words say it all.
     struct KeepOutcome {
         int trashed = 0;
         QString problem;
+        QString words;
     };
     KeepOutcome keep(const QString &groupId, const std::filesystem::path &file);
     // For the screen: keeps, and returns the words to show under the list.

@@ -94,12 +94,6 @@ const char *placeOf(const QString &key)
     return "";
 }
 
-bool isInside(const fs::path &inner, const fs::path &outer)
-{
-    const std::string &a = inner.native(), &b = outer.native();
-    return a.size() > b.size() && a.starts_with(b) && (b.back() == '/' || a[b.size()] == '/');
-}
-
 CleanupTarget xrayTarget(const char *id, const char *name, const char *description, const char *icon, const char *path)
 {
     return CleanupTarget{QString::fromLatin1(id), QString::fromUtf8(name), QString::fromUtf8(description),
@@ -179,7 +173,7 @@ XRayMeasurements SystemDataXRay::measure(const fs::path &home)
             if (keyOfPlace[i] != QLatin1String(inner))
                 continue;
             for (std::size_t o = 0; o < places.size(); ++o)
-                if (keyOfPlace[o] == QLatin1String(outer) && isInside(places[i], places[o]))
+                if (keyOfPlace[o] == QLatin1String(outer) && liesInside(places[i], places[o]))
                     outerOf[i] = o;
         }
     }

@@ -523,10 +523,7 @@ QCoro::Task<int> CommandLine::duplicates(Parsed parsed)
                                      .arg(displayPath(given)));
         const QString groupId = group->id;
         const DuplicateFinder::KeepOutcome outcome = finder->keep(groupId, wanted);
-        const QString words = outcome.trashed == 0 && !outcome.problem.isEmpty()
-            ? outcome.problem
-            : QStringLiteral("Kept %1, trashed the rest.").arg(displayPath(wanted.filename()))
-                  + (outcome.problem.isEmpty() ? QString() : u' ' + outcome.problem);
+        const QString &words = outcome.words;
         if (json)
             printJson(QJsonObject{{QStringLiteral("kept"), pathToText(wanted)},
                                   {QStringLiteral("trashed"), outcome.trashed},

@@ -112,4 +112,11 @@ QString abbreviateHome(const QString &text, const QString &home)
     return text;
 }
 
+bool liesInside(const std::filesystem::path &path, const std::filesystem::path &folder)
+{
+    const std::string &inner = path.native(), &outer = folder.native();
+    return !outer.empty() && inner.size() > outer.size() && inner.starts_with(outer)
+        && (outer.back() == '/' || inner[outer.size()] == '/');
+}
+
 } // namespace tessoly

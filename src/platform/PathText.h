@@ -16,4 +16,7 @@ namespace tessoly {
 [[nodiscard]] QString displayPath(const std::filesystem::path &path);
 [[nodiscard]] QString abbreviateHome(const QString &text, const QString &home);
 
+// Whether a path lies strictly inside a folder, by whole names ("/a/bc" is not inside "/a/b").
+[[nodiscard]] bool liesInside(const std::filesystem::path &path, const std::filesystem::path &folder);
+
 } // namespace tessoly

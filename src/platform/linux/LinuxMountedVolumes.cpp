@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxMountedVolumes.h"
 
+#include "platform/PathText.h"
+
 #include <QSocketNotifier>
 #include <array>
 #include <cstring>
@@ -45,9 +47,7 @@ bool hasOption(const std::string &options, const char *option)
 
 bool isUnder(const fs::path &path, const fs::path &root)
 {
-    const std::string p = path.string();
-    const std::string r = root.string();
-    return p == r || (p.size() > r.size() && p.compare(0, r.size(), r) == 0 && (r.back() == '/' || p[r.size()] == '/'));
+    return path == root || liesInside(path, root);
 }
 
 // File systems that hold no user data of their own, or belong to the system.
