@@ -137,6 +137,10 @@ void TessolyApp::revealTrash()
     m_platform->revealer->reveal(m_platform->trash->homeTrashFiles());
 }
 
+void TessolyApp::exportReport()
+{
+}
+
 void TessolyApp::reveal(const QString &path)
 {
     m_platform->revealer->reveal(textToPath(path));

@@ -100,6 +100,10 @@ public:
     // The window's start task: fresh figures, then the tour on first launch.
     Q_INVOKABLE void start();
     Q_INVOKABLE void reveal(const QString &path);
+    // "Export Storage Report…": today's figures and recent history as a PDF
+    // where the user chooses, then shown in the file manager. Runs on its own;
+    // choosing it again starts another.
+    void exportReport();
     // Shows the folder the user sees as the Trash.
     Q_INVOKABLE void revealTrash();
 

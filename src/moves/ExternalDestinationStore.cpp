@@ -215,6 +215,19 @@ void ExternalDestinationStore::persist(const QString &driveKey, const std::optio
     emit bookmarksChanged();
 }
 
+QString ExternalDestinationStore::grantedFolder(const QString &mountPoint) const
+{
+    const auto found = m_bookmarks.constFind(mountPoint);
+    if (found == m_bookmarks.constEnd())
+        return {};
+    return QJsonDocument::fromJson(found.value()).object().value(QStringLiteral("path")).toString();
+}
+
+void ExternalDestinationStore::forget(const QString &mountPoint)
+{
+    persist(mountPoint, std::nullopt);
+}
+
 bool ExternalDestinationStore::holds(const fs::path &item) const
 {
     if (!item.has_filename() || item.filename() == "." || item.filename() == "..")

@@ -66,6 +66,12 @@ public:
 
     void setPrompter(platform::Prompter &prompter) { m_prompter = &prompter; }
 
+    // The folder granted on the drive mounted at mountPoint, as the grant
+    // names it; "" when the drive has none.
+    Q_INVOKABLE [[nodiscard]] QString grantedFolder(const QString &mountPoint) const;
+    // Forgets the drive's grant: the next move there asks for a folder again.
+    Q_INVOKABLE void forget(const QString &mountPoint);
+
     // Takes up grants another process stored or forgot.
     void reload();
     // Whether an item lies directly in "Tessoly Storage" of a folder granted

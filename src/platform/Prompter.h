@@ -21,6 +21,15 @@ struct OpenPanelRequest {
     bool showsHiddenFiles = false;
 };
 
+// A save panel's settings: the suggested file name in the suggested folder,
+// and the kinds of file it offers (e.g. "PDF document (*.pdf)").
+struct SavePanelRequest {
+    QString title;
+    QString suggestedName;
+    std::filesystem::path directory;
+    QStringList nameFilters;
+};
+
 // An informational alert; the first button is the default one.
 struct AlertRequest {
     QString title;
@@ -37,6 +46,12 @@ public:
     [[nodiscard]] virtual QCoro::Task<std::optional<std::filesystem::path>> chooseFolder(OpenPanelRequest request) = 0;
     // The index of the button pressed.
     [[nodiscard]] virtual QCoro::Task<int> alert(AlertRequest request) = 0;
+    // The file to write, or nothing when the user cancelled. Front ends
+    // without a save panel (the terminal) choose nothing.
+    [[nodiscard]] virtual QCoro::Task<std::optional<std::filesystem::path>> chooseSaveFile(SavePanelRequest /*request*/)
+    {
+        co_return std::nullopt;
+    }
 };
 
 } // namespace tessoly::platform

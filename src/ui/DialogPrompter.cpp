@@ -21,4 +21,13 @@ QCoro::Task<int> DialogPrompter::alert(platform::AlertRequest request)
     co_return co_await qCoro(this, &DialogPrompter::alertAnswered);
 }
 
+QCoro::Task<std::optional<std::filesystem::path>> DialogPrompter::chooseSaveFile(platform::SavePanelRequest request)
+{
+    emit saveFileRequested(request.title, request.suggestedName, pathToText(request.directory), request.nameFilters);
+    const QString answer = co_await qCoro(this, &DialogPrompter::saveFileAnswered);
+    if (answer.isEmpty())
+        co_return std::nullopt;
+    co_return textToPath(answer);
+}
+
 } // namespace tessoly

@@ -1,5 +1,6 @@
 #include "ui/Services.h"
 
+#include "core/AppInfo.h"
 #include "core/ByteFormat.h"
 #include "core/RelativeTime.h"
 
@@ -37,6 +38,26 @@ Services *Services::create(QQmlEngine *, QJSEngine *)
     Q_ASSERT_X(g_instance, "Services::create", "Services::install must run before QML is loaded");
     QQmlEngine::setObjectOwnership(g_instance, QQmlEngine::CppOwnership);
     return g_instance;
+}
+
+QString Services::version()
+{
+    return QStringLiteral("%1 (%2)").arg(appinfo::version(), appinfo::build());
+}
+
+QString Services::makerName()
+{
+    return QString::fromLatin1(appinfo::makerName);
+}
+
+QString Services::makerLink()
+{
+    return QString::fromLatin1(appinfo::makerLink);
+}
+
+QString Services::supportMail()
+{
+    return QString::fromLatin1(appinfo::supportMail);
 }
 
 QString Format::bytes(qint64 bytes)

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "analysis/AppStorageScanner.h"
+#include "automation/AutoCleanupScheduler.h"
+#include "automation/StorageAutopilot.h"
 #include "analysis/DiskScanner.h"
 #include "analysis/UniversalSearchService.h"
 #include "cleaning/CleanupHistoryModel.h"
@@ -13,6 +15,7 @@
 #include "core/OnboardingState.h"
 #include "core/SettingsStore.h"
 #include "application/TessolyApp.h"
+#include "moves/ExternalDestinationStore.h"
 #include "moves/ExternalDriveManager.h"
 #include "moves/MoveController.h"
 #include "moves/OffloadScanner.h"
@@ -52,7 +55,15 @@ class Services : public QObject {
     Q_PROPERTY(tessoly::EasyCleanFlow *easyClean READ easyClean CONSTANT)
     Q_PROPERTY(tessoly::DevDeepClean *devClean READ devClean CONSTANT)
     Q_PROPERTY(tessoly::SystemDataXRay *xray READ xray CONSTANT)
+    Q_PROPERTY(tessoly::StorageAutopilot *autopilot READ autopilot CONSTANT)
+    Q_PROPERTY(tessoly::AutoCleanupScheduler *autoCleanup READ autoCleanup CONSTANT)
+    Q_PROPERTY(tessoly::ExternalDestinationStore *destinations READ destinations CONSTANT)
     Q_PROPERTY(QString homePath READ homePath CONSTANT)
+    // "0.1.0 (1)": the version and, in parentheses, the build.
+    Q_PROPERTY(QString version READ version CONSTANT)
+    Q_PROPERTY(QString makerName READ makerName CONSTANT)
+    Q_PROPERTY(QString makerLink READ makerLink CONSTANT)
+    Q_PROPERTY(QString supportMail READ supportMail CONSTANT)
 
 public:
     // Makes the instance the screens will see; owned by app.
@@ -76,6 +87,13 @@ public:
     [[nodiscard]] EasyCleanFlow *easyClean() const { return m_app->easyClean(); }
     [[nodiscard]] DevDeepClean *devClean() const { return m_app->devClean(); }
     [[nodiscard]] SystemDataXRay *xray() const { return m_app->xray(); }
+    [[nodiscard]] StorageAutopilot *autopilot() const { return m_app->autopilot(); }
+    [[nodiscard]] AutoCleanupScheduler *autoCleanup() const { return m_app->scheduler(); }
+    [[nodiscard]] ExternalDestinationStore *destinations() const { return m_app->destinations(); }
+    [[nodiscard]] static QString version();
+    [[nodiscard]] static QString makerName();
+    [[nodiscard]] static QString makerLink();
+    [[nodiscard]] static QString supportMail();
     // The Explore tools, new for each screen that asks and gone with it (owner).
     Q_INVOKABLE tessoly::AppStorageScanner *newAppStorageScanner(QObject *owner) const { return m_app->makeAppStorageScanner(owner); }
     Q_INVOKABLE tessoly::DuplicateFinder *newDuplicateFinder(QObject *owner) const { return m_app->makeDuplicateFinder(owner); }
@@ -85,6 +103,8 @@ public:
     Q_INVOKABLE void reveal(const QString &path) { m_app->reveal(path); }
     // "Show me the Trash".
     Q_INVOKABLE void revealTrash() { m_app->revealTrash(); }
+    // "Export Storage Report…": the save panel, the PDF, then the file shown in the file manager.
+    Q_INVOKABLE void exportReport() { m_app->exportReport(); }
 
 private:
     explicit Services(TessolyApp &app);
@@ -208,6 +228,21 @@ struct UniversalSearchServiceForeign {
 struct EasyCleanFlowForeign {
     Q_GADGET
     QML_FOREIGN(tessoly::EasyCleanFlow)
+    QML_ANONYMOUS
+};
+struct StorageAutopilotForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::StorageAutopilot)
+    QML_ANONYMOUS
+};
+struct AutoCleanupSchedulerForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::AutoCleanupScheduler)
+    QML_ANONYMOUS
+};
+struct ExternalDestinationStoreForeign {
+    Q_GADGET
+    QML_FOREIGN(tessoly::ExternalDestinationStore)
     QML_ANONYMOUS
 };
 struct CleanupHistoryModelForeign {
