@@ -132,6 +132,12 @@ void TessolyApp::start()
         m_onboarding->setShowing(true);
 }
 
+void TessolyApp::finishOnboarding()
+{
+    m_platform->defaults->set(QString::fromLatin1(OnboardingState::kCompletedKey), true);
+    m_onboarding->setShowing(false);
+}
+
 void TessolyApp::revealTrash()
 {
     m_platform->revealer->reveal(m_platform->trash->homeTrashFiles());

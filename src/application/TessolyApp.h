@@ -99,6 +99,8 @@ public:
 
     // The window's start task: fresh figures, then the tour on first launch.
     Q_INVOKABLE void start();
+    // The tour's end (its last button or a skip): it won't open by itself again.
+    Q_INVOKABLE void finishOnboarding();
     Q_INVOKABLE void reveal(const QString &path);
     // "Export Storage Report…": today's figures and recent history as a PDF
     // where the user chooses, then shown in the file manager. Runs on its own;

@@ -103,6 +103,8 @@ public:
     Q_INVOKABLE void reveal(const QString &path) { m_app->reveal(path); }
     // "Show me the Trash".
     Q_INVOKABLE void revealTrash() { m_app->revealTrash(); }
+    // Ends the welcome tour for good: stores that it was completed and hides it.
+    Q_INVOKABLE void finishOnboarding() { m_app->finishOnboarding(); }
     // "Export Storage Report…": the save panel, the PDF, then the file shown in the file manager.
     Q_INVOKABLE void exportReport() { m_app->exportReport(); }
 
