@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <QQuickStyle>
@@ -42,6 +43,9 @@ int runWindow(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tessoly"));
     QApplication::setOrganizationDomain(QStringLiteral("tessoly.com"));
+    // The installed desktop entry and icon; the bundled mark where it isn't installed.
+    QGuiApplication::setDesktopFileName(QStringLiteral("tessoly"));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("tessoly"), QIcon(QStringLiteral(":/tessoly/tessoly.svg"))));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     tessoly::registerBundledFonts();
 

@@ -28,6 +28,7 @@
 #include "platform/FolderWatcher.h"
 #include "recommendations/EasyCleanFlow.h"
 #include "recommendations/SmartScanService.h"
+#include "reporting/StorageReportExporter.h"
 #include "platform/Prompter.h"
 #include "platform/Platform.h"
 
@@ -68,6 +69,8 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_moveSuggestions = new MoveSuggestions(home, this);
     m_easyClean = new EasyCleanFlow(*m_scanner, *m_smartScan, *m_maintenance, this);
     m_moveController = new MoveController(*m_drives, *m_destinations, *m_mover, *m_platform->defaults, homePath(), this);
+    m_reportExporter = std::make_unique<StorageReportExporter>(m_platform->pdfRenderer.get(), *m_decliningPrompter,
+                                                               *m_platform->revealer);
 }
 
 AppStorageScanner *TessolyApp::makeAppStorageScanner(QObject *parent) const
@@ -88,7 +91,9 @@ UniversalSearchService *TessolyApp::makeSearch(QObject *parent) const
 
 void TessolyApp::setPrompter(platform::Prompter *prompter)
 {
-    m_destinations->setPrompter(prompter != nullptr ? *prompter : *m_decliningPrompter);
+    platform::Prompter &asked = prompter != nullptr ? *prompter : *m_decliningPrompter;
+    m_destinations->setPrompter(asked);
+    m_reportExporter->setPrompter(asked);
 }
 
 TessolyApp::~TessolyApp()
@@ -143,8 +148,26 @@ void TessolyApp::revealTrash()
     m_platform->revealer->reveal(m_platform->trash->homeTrashFiles());
 }
 
+StorageReport TessolyApp::storageReport() const
+{
+    StorageReport report;
+    report.totalCapacity = m_scanner->totalCapacity();
+    report.totalUsed = m_scanner->totalUsed();
+    report.totalFree = m_scanner->totalFree();
+    for (const StorageBreakdown &part : m_scanner->breakdown())
+        report.categories.append({rawValue(part.category), part.bytes});
+    for (const DiskItem &file : m_scanner->bigFiles().first(std::min<qsizetype>(m_scanner->bigFiles().size(), 25)))
+        report.topFiles.append({file.nameText(), file.pathText(), file.bytes});
+    const std::vector<CleanupHistoryEntry> &entries = m_history->entries();
+    for (std::size_t i = 0; i < std::min<std::size_t>(entries.size(), 50); ++i)
+        report.recent.append({entries[i].timestamp, entries[i].summary, entries[i].bytesReclaimed});
+    return report;
+}
+
 void TessolyApp::exportReport()
 {
+    // Each choice of the command is a task of its own; the window stays live meanwhile.
+    (void)m_reportExporter->exportReport(storageReport(), m_platform->locations->home());
 }
 
 void TessolyApp::reveal(const QString &path)

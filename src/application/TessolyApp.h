@@ -36,6 +36,8 @@ class EasyCleanFlow;
 class SmartScanService;
 class OnboardingState;
 class SettingsStore;
+class StorageReportExporter;
+struct StorageReport;
 
 // The owner of the service graph: builds every long-lived service once, in
 // a fixed order, and hands each the collaborators it needs. The window and
@@ -106,6 +108,9 @@ public:
     // where the user chooses, then shown in the file manager. Runs on its own;
     // choosing it again starts another.
     void exportReport();
+    // The figures of a report as they stand now: volume, breakdown, the 25
+    // biggest files and the 50 newest log entries.
+    [[nodiscard]] StorageReport storageReport() const;
     // Shows the folder the user sees as the Trash.
     Q_INVOKABLE void revealTrash();
 
@@ -114,6 +119,7 @@ private:
     std::unique_ptr<platform::Prompter> m_decliningPrompter;
     std::unique_ptr<MoveFileOperations> m_moveOperations;
     std::unique_ptr<FolderMover> m_mover;
+    std::unique_ptr<StorageReportExporter> m_reportExporter;
     CleanupHistoryStore *m_history = nullptr;
     // Services, in construction order; all are children of this object.
     DiskScanner *m_scanner = nullptr;

@@ -96,6 +96,8 @@ QString CommandLine::usage()
         "                       (at most 500 unless --limit says otherwise)\n"
         "  autopilot [--run]    the free-space guardrail's status and last run; --run runs it now\n"
         "                       (deletes every safe cache, then thins snapshots if still below the limit)\n"
+        "  report <file.pdf>    the storage report (figures, categories, biggest files, recent\n"
+        "                       cleanups) as a one-page PDF\n"
         "  settings [<key> [<value>]]\n"
         "                       list the settings, show one, or change one (true/false, a number or a word)\n"
         "  help                 this text\n"
@@ -173,6 +175,7 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         {"apps", 0, 0, "apps [--json]", {"--json"}},
         {"duplicates", 0, 0, "duplicates [--keep <path>] [--json]", {"--json", "--keep"}},
         {"autopilot", 0, 0, "autopilot [--run] [--json]", {"--json", "--run"}},
+        {"report", 1, 1, "report <file.pdf> [--json]", {"--json"}},
         {"search", 0, 1, "search [<query>] [--min-mb N] [--limit N] [--json]", {"--json", "--min-mb", "--limit"}},
     };
     const Shape *shape = nullptr;
@@ -237,6 +240,8 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         code = co_await duplicates(parsed);
     else if (parsed.command == QLatin1String("autopilot"))
         code = co_await autopilot(parsed);
+    else if (parsed.command == QLatin1String("report"))
+        code = co_await report(parsed);
     else if (parsed.command == QLatin1String("search"))
         code = co_await search(parsed);
     m_out.flush();

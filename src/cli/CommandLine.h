@@ -54,6 +54,7 @@ private:
     QCoro::Task<int> duplicates(Parsed parsed);
     QCoro::Task<int> search(Parsed parsed);
     QCoro::Task<int> autopilot(Parsed parsed);
+    QCoro::Task<int> report(Parsed parsed);
     int usageError(const QString &message);
     // Prints an action's outcome (or that nothing happened); 0 when it succeeded, else 1.
     int reportOutcome(bool json, const QString &id, const std::optional<ActionOutcome> &outcome);

@@ -4,6 +4,7 @@
 #include "platform/Locations.h"
 #include "platform/MountedVolumes.h"
 #include "platform/Notifier.h"
+#include "platform/PdfRenderer.h"
 #include "platform/ProcessRunner.h"
 #include "platform/Revealer.h"
 #include "platform/Trash.h"
@@ -26,6 +27,8 @@ struct Platform {
     std::unique_ptr<ProcessRunner> processes;
     std::unique_ptr<MountedVolumes> mounts;
     std::unique_ptr<Notifier> notifier;
+    // Prints the storage report; it uses processes, so it comes after them.
+    std::unique_ptr<PdfRenderer> pdfRenderer;
     // The local snapshot tool, where the system has one.
     std::optional<std::filesystem::path> snapshotTool;
     // The docker command (it may not exist: then Docker isn't installed) and

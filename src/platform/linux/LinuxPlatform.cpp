@@ -3,6 +3,7 @@
 #include "platform/linux/FreedesktopNotifier.h"
 
 #include "platform/linux/FreedesktopTrash.h"
+#include "platform/linux/HelperPdfRenderer.h"
 #include "platform/linux/JsonDefaultsStore.h"
 #include "platform/linux/LinuxLocations.h"
 #include "platform/linux/LinuxMountedVolumes.h"
@@ -93,6 +94,7 @@ std::unique_ptr<Platform> makeLinuxPlatform()
     platform->revealer = std::make_unique<FileManagerRevealer>();
     platform->processes = std::make_unique<QtProcessRunner>();
     platform->notifier = std::make_unique<FreedesktopNotifier>();
+    platform->pdfRenderer = std::make_unique<HelperPdfRenderer>(*platform->processes, HelperPdfRenderer::installedHelper());
     // Drives are mounted under these folders; more can be named for demos and tests.
     std::vector<std::filesystem::path> externalRoots{"/media", "/run/media", "/mnt"};
     for (const QByteArray &root : qgetenv("TESSOLY_EXTERNAL_ROOTS").split(':'))

@@ -1,0 +1,62 @@
+// The command line's reporting command: the storage report as a PDF.
+#include "application/TessolyApp.h"
+#include "cli/CommandLine.h"
+#include "core/ByteFormat.h"
+#include "platform/AtomicFile.h"
+#include "platform/PathText.h"
+#include "platform/Platform.h"
+#include "reporting/StorageReportExporter.h"
+
+#include <QDir>
+#include <QJsonObject>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tessoly {
+
+QCoro::Task<int> CommandLine::report(Parsed parsed)
+{
+    const bool json = parsed.flag("--json");
+    const std::filesystem::path target = textToPath(QDir::current().absoluteFilePath(parsed.words.first()));
+    // Said before printing, which takes a second: where the file can't go.
+    struct stat st{};
+    const std::filesystem::path folder = target.parent_path();
+    if (::stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        m_err << "tessoly: the folder " << displayPath(folder) << " doesn't exist. Nothing was written.\n";
+        co_return 1;
+    }
+    if (::access(folder.c_str(), W_OK) != 0) {
+        m_err << "tessoly: the folder " << displayPath(folder) << " can't be written to. Nothing was written.\n";
+        co_return 1;
+    }
+    if (::stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+        m_err << "tessoly: " << displayPath(target) << " is a folder; name the PDF file to write.\n";
+        co_return 2;
+    }
+    platform::PdfRenderer *renderer = m_app.platform().pdfRenderer.get();
+    if (renderer == nullptr) {
+        m_err << "tessoly: this build has no PDF printer. Nothing was written.\n";
+        co_return 1;
+    }
+    showProgress(QStringLiteral("Printing the storage report…"));
+    const QString html = StorageReportExporter::buildHTML(m_app.storageReport());
+    const platform::RenderedPdf rendered = co_await renderer->render(html);
+    if (!rendered.error.isEmpty()) {
+        m_err << "tessoly: the report couldn't be printed: " << rendered.error << " Nothing was written.\n";
+        co_return 1;
+    }
+    if (const QString error = platform::writeFileAtomically(target, rendered.pdf); !error.isEmpty()) {
+        m_err << "tessoly: the report couldn't be written to " << displayPath(target) << ": " << error << "\n";
+        co_return 1;
+    }
+    if (json) {
+        printJson(QJsonObject{{QStringLiteral("path"), pathToText(target)},
+                              {QStringLiteral("bytes"), static_cast<qint64>(rendered.pdf.size())}});
+    } else {
+        m_out << "Saved the storage report to " << displayPath(target) << " (" << formatBytes(rendered.pdf.size())
+              << ").\n";
+    }
+    co_return 0;
+}
+
+} // namespace tessoly
