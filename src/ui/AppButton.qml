@@ -4,11 +4,13 @@ import Tessoly
 
 // The app's button: "primary" (gradient), "secondary" (outlined), "plain"
 // (borderless) or "destructive". While `busy`, a spinner stands in for the symbol.
+// The symbol stands before the label, or after it with `iconTrailing`.
 Button {
     id: control
     property string kind: "secondary"
     property string iconName: ""
     property bool busy: false
+    property bool iconTrailing: false
 
     font.family: Theme.fontFamily
     font.pixelSize: Theme.bodySize
@@ -21,6 +23,7 @@ Button {
 
     contentItem: Row {
         spacing: 6
+        layoutDirection: control.iconTrailing ? Qt.RightToLeft : Qt.LeftToRight
         Spinner {
             objectName: "buttonSpinner"
             visible: control.busy

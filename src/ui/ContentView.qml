@@ -3,6 +3,7 @@ import Tessoly
 
 // What fills the window: the Easy screen when the interface mode is exactly
 // "simple", otherwise the full shell. A change of the setting swaps them at once.
+// Over either: the welcome tour and the services' questions.
 Item {
     id: content
     objectName: "contentView"
@@ -23,4 +24,7 @@ Item {
         id: shellFace
         Shell {}
     }
+
+    OnboardingView {}
+    PromptDialogs { anchors.fill: parent }
 }

@@ -87,7 +87,13 @@ QtObject {
         "doc.on.doc.fill": "file_copy",
         "square.grid.2x2": "apps",
         "app": "web_asset",
-        "clock": "schedule"
+        "clock": "schedule",
+        "autostartstop": "motion_photos_auto",
+        "bell.fill": "notifications",
+        "externaldrive.fill": "usb",
+        "folder.badge.gear": "folder_special",
+        "clock.arrow.2.circlepath": "update",
+        "info.circle.fill": "info"
     })
 
     function glyph(name) {

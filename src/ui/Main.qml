@@ -16,5 +16,7 @@ ApplicationWindow {
     color: Theme.page
     font.family: Theme.fontFamily
 
+    menuBar: AppMenuBar {}
+
     ContentView { anchors.fill: parent }
 }

@@ -2,13 +2,32 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Dialogs
 import QtQuick.Layouts
+import QtQuick.Window
 import Tessoly
 
-// The questions services ask: the folder panel of a write grant and
-// alerts. Each answer goes back to the prompter that asked.
+// The questions services ask: the folder panel of a write grant, the save
+// panel and alerts. Each answer goes back to the prompter that asked.
 Item {
     id: dialogs
     readonly property QtObject prompter: Services.prompter
+
+    // A local path as a file URL, each segment encoded ("#", "?", "%" and
+    // blanks are parts of names, not of the URL).
+    function fileUrl(path) {
+        return "file://" + path.split("/").map(encodeURIComponent).join("/")
+    }
+    // A file URL back to the local path it names ("file:///p", "file://host/p",
+    // "file:/p"); "" for anything else.
+    function localPath(url) {
+        const match = /^file:(\/\/[^\/]*)?(\/.*)$/.exec(url.toString())
+        if (match === null)
+            return ""
+        try {
+            return decodeURIComponent(match[2])
+        } catch (error) {
+            return "" // not text a path can be made of
+        }
+    }
 
     Connections {
         target: dialogs.prompter
@@ -18,6 +37,14 @@ Item {
             panel.prompt = prompt
             panel.folder = folder
             panel.open()
+        }
+        function onSaveFileRequested(title, suggestedName, folder, nameFilters) {
+            saver.title = title
+            saver.nameFilters = nameFilters
+            saver.currentFolder = dialogs.fileUrl(folder)
+            saver.selectedFile = dialogs.fileUrl(folder.replace(/\/+$/, "") + "/" + suggestedName)
+            saver.parentWindow = dialogs.Window.window
+            saver.open()
         }
         function onAlertRequested(title, text, buttons) {
             alert.heading = title
@@ -87,7 +114,10 @@ Item {
                 }
                 AppButton {
                     text: "Choose…"
-                    onClicked: picker.open()
+                    onClicked: {
+                        picker.parentWindow = dialogs.Window.window
+                        picker.open()
+                    }
                 }
             }
             RowLayout {
@@ -113,12 +143,17 @@ Item {
     FolderDialog {
         id: picker
         title: panel.heading
-        currentFolder: "file://" + encodeURI(panel.folder)
+        currentFolder: dialogs.fileUrl(panel.folder)
         acceptLabel: panel.prompt
-        onAccepted: {
-            const url = selectedFolder.toString()
-            panel.folder = decodeURIComponent(url.replace(/^file:\/\//, ""))
-        }
+        onAccepted: panel.folder = dialogs.localPath(selectedFolder)
+    }
+
+    FileDialog {
+        id: saver
+        objectName: "saveDialog"
+        fileMode: FileDialog.SaveFile
+        onAccepted: dialogs.prompter.answerSaveFile(dialogs.localPath(selectedFile))
+        onRejected: dialogs.prompter.answerSaveFile("")
     }
 
     Dialog {

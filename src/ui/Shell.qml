@@ -8,14 +8,15 @@ Item {
     objectName: "shell"
     property string selection: "overview"
 
-    // The sections whose screens exist, in sidebar order.
+    // The sections, in sidebar order.
     readonly property var sections: [
         { key: "overview", label: "Overview", icon: "sparkles.rectangle.stack" },
         { key: "xray", label: "X-Ray", icon: "rays" },
         { key: "explore", label: "Explore", icon: "magnifyingglass" },
         { key: "profiles", label: "Profiles", icon: "person.crop.square.filled.and.at.rectangle" },
         { key: "devclean", label: "Dev Clean", icon: "wrench.and.screwdriver" },
-        { key: "activity", label: "Activity", icon: "clock.arrow.circlepath" }
+        { key: "activity", label: "Activity", icon: "clock.arrow.circlepath" },
+        { key: "settings", label: "Settings", icon: "gearshape.fill" }
     ]
 
     Rectangle { // soft page gradient
@@ -51,8 +52,7 @@ Item {
             ProfilesView { objectName: "profilesView" }
             DevCleanView { objectName: "devCleanView" }
             ActivityView { objectName: "activityView" }
+            SettingsView { objectName: "settingsView" }
         }
     }
-
-    PromptDialogs { anchors.fill: parent }
 }

@@ -29,23 +29,7 @@ Rectangle {
             spacing: 10
             Layout.bottomMargin: 18
             Layout.leftMargin: 4
-            Rectangle {
-                id: brandMark
-                implicitWidth: 36; implicitHeight: 36; radius: 11
-                gradient: Gradient {
-                    orientation: Gradient.Horizontal
-                    GradientStop { position: 0; color: Theme.indigo }
-                    GradientStop { position: 1; color: Theme.violet }
-                }
-                Icon { anchors.centerIn: parent; name: "internaldrive"; size: 20; color: "white" }
-                RotationAnimation on rotation {
-                    running: !Theme.reduceMotion
-                    from: -4; to: 4; duration: 2600
-                    loops: Animation.Infinite
-                    easing.type: Easing.InOutSine
-                    direction: RotationAnimation.Shortest
-                }
-            }
+            BrandMark { id: brandMark; size: 36 }
             ColumnLayout {
                 spacing: 0
                 Text {

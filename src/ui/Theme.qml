@@ -38,6 +38,7 @@ QtObject {
     readonly property color sidebar: dark ? "#990F172A" : "#B3FFFFFF"
     readonly property color selection: dark ? "#33363AF1" : "#1A6366F1"
     readonly property color shadow: dark ? "#66000000" : "#140F172A"
+    readonly property color scrim: dark ? "#99000000" : "#520F172A" // behind modal sheets
     readonly property color onAccent: "#FFFFFF" // text and symbols on the accent gradient
 
     // Shapes and spacing.

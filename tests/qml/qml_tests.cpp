@@ -13,6 +13,7 @@
 #include "platform/linux/JsonDefaultsStore.h"
 #include "platform/linux/LinuxLocations.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "moves/ExternalDestinationStore.h"
 #include "moves/ExternalDriveManager.h"
 #include "recommendations/SmartScanService.h"
 #include "ui/Services.h"
@@ -334,6 +335,30 @@ public:
         times[1] = times[0];
         if (::utimensat(AT_FDCWD, file.c_str(), times, 0) != 0)
             qWarning("setModified: could not set the time of %s", file.c_str());
+    }
+
+    // What the defaults file holds under a key (undefined when absent), and
+    // taking a key out of it.
+    Q_INVOKABLE QVariant storedValue(const QString &key) const
+    {
+        return m_app->platform().defaults->object(key).value_or(QVariant());
+    }
+    Q_INVOKABLE void removeStored(const QString &key) { m_app->platform().defaults->remove(key); }
+
+    // The window's start task, as at a launch.
+    Q_INVOKABLE void runStartTask() { m_app->start(); }
+
+    // Asks for a write grant on the drive of that name, as a first move there
+    // does: the prompter's folder panel request follows.
+    Q_INVOKABLE void requestGrant(const QString &driveName)
+    {
+        for (const ExternalDrive &drive : m_app->drives()->drives()) {
+            if (drive.name == driveName) {
+                (void)m_app->destinations()->requestAccess(drive);
+                return;
+            }
+        }
+        qWarning("requestGrant: no drive named %s", qPrintable(driveName));
     }
 
     Q_INVOKABLE bool isSymlink(const QString &path) const { return fs::is_symlink(path.toStdString()); }

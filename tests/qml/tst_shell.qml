@@ -39,7 +39,7 @@ Item {
             compare(findChild(bar, "gradientFill").width, 0)
         }
 
-        function test_sidebar_lists_the_sections_that_exist() {
+        function test_sidebar_lists_the_seven_sections() {
             verify(findChild(shell, "section_overview"))
             verify(findChild(shell, "section_explore"))
             verify(findChild(shell, "section_activity"))
@@ -64,6 +64,15 @@ Item {
             verify(findChild(shell, "exploreView").visible)
             select("activity")
             verify(findChild(shell, "activityView").visible)
+            // Settings closes the list, after Activity.
+            compare(shell.sections.map(s => s.key), ["overview", "xray", "explore", "profiles", "devclean", "activity", "settings"])
+            const settings = findChild(shell, "section_settings")
+            compare(settings.label, "Settings")
+            compare(settings.iconName, "gearshape.fill")
+            verify(findChild(shell, "section_activity").y < settings.y)
+            select("settings")
+            verify(findChild(shell, "settingsView").visible)
+            verify(!findChild(shell, "activityView").visible)
         }
 
         function test_explore_tabs() {
