@@ -16,12 +16,17 @@ ComboBox {
     currentIndex: options.findIndex(option => option.value === value)
     onActivated: index => control.chosen(options[index].value)
 
-    implicitContentWidthPolicy: ComboBox.WidestText
+    // As wide as its widest choice, like a pop-up button, within reason
+    // (drive names can be long: they elide).
+    readonly property real widestLabel: Math.ceil(options.reduce((widest, option) => Math.max(widest, metrics.advanceWidth(option.label)), 0))
+    implicitWidth: Math.min(280, Math.max(150, widestLabel + leftPadding + rightPadding))
     font.family: Theme.fontFamily
     font.pixelSize: Theme.bodySize
     leftPadding: 12
     rightPadding: 32
     hoverEnabled: true
+
+    FontMetrics { id: metrics; font: control.font }
 
     contentItem: Text {
         text: control.displayText
@@ -66,6 +71,8 @@ ComboBox {
             }
             Text {
                 anchors.verticalCenter: parent.verticalCenter
+                width: Math.min(implicitWidth, choice.availableWidth - 24)
+                elide: Text.ElideRight
                 text: choice.modelData.label
                 font: control.font
                 color: Theme.text
@@ -79,12 +86,11 @@ ComboBox {
 
     popup: Popup {
         y: control.height + 4
-        width: Math.max(control.width, list.contentItemWidth)
+        width: Math.max(control.width, Math.min(control.widestLabel + 60, 360)) // the labels and the tick
         implicitHeight: Math.min(contentItem.implicitHeight + topPadding + bottomPadding, 320)
         padding: 4
         contentItem: ListView {
             id: list
-            readonly property real contentItemWidth: control.implicitContentWidth + 60
             clip: true
             implicitHeight: contentHeight
             model: control.popup.visible ? control.delegateModel : null

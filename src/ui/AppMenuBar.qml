@@ -22,7 +22,7 @@ MenuBar {
             MenuItem {
                 id: entry
                 objectName: "menuItem_" + text
-                implicitWidth: 260
+                implicitWidth: 300
                 implicitHeight: 30
                 leftPadding: 14
                 rightPadding: 14
@@ -55,7 +55,7 @@ MenuBar {
             }
         }
         background: Rectangle {
-            implicitWidth: 260
+            implicitWidth: 300
             radius: Theme.smallRadius
             color: Theme.card
             border.color: Theme.hairline
@@ -72,7 +72,7 @@ MenuBar {
     component AppMenuSeparator: MenuSeparator {
         topPadding: 4
         bottomPadding: 4
-        contentItem: Rectangle { implicitWidth: 240; implicitHeight: 1; color: Theme.hairline }
+        contentItem: Rectangle { implicitWidth: 280; implicitHeight: 1; color: Theme.hairline }
     }
 
     delegate: MenuBarItem {

@@ -44,15 +44,7 @@ Item {
         anchors.top: parent.top
         anchors.margins: 24
         spacing: 10
-        Rectangle {
-            implicitWidth: 30; implicitHeight: 30; radius: 9
-            gradient: Gradient {
-                orientation: Gradient.Horizontal
-                GradientStop { position: 0; color: Theme.indigo }
-                GradientStop { position: 1; color: Theme.violet }
-            }
-            Icon { anchors.centerIn: parent; name: "internaldrive"; size: 17; color: Theme.onAccent }
-        }
+        BrandMark { size: 30; rocking: false }
         Text {
             text: "Tessoly"
             font.family: Theme.fontFamily

@@ -129,8 +129,12 @@ Popup {
             property var step: ({ id: 0, icon: "", accent: Theme.indigo, title: "", body: "" })
             objectName: "tourCard"
 
+            // Pinned from the top, so that symbol and title keep their place
+            // from card to card whatever the length of the text below.
             ColumnLayout {
-                anchors.centerIn: parent
+                anchors.top: parent.top
+                anchors.topMargin: Math.max(12, (parent.height - 260) / 2)
+                anchors.horizontalCenter: parent.horizontalCenter
                 width: parent.width - 80
                 spacing: 0
 

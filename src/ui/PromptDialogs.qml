@@ -152,6 +152,7 @@ Item {
         id: saver
         objectName: "saveDialog"
         fileMode: FileDialog.SaveFile
+        acceptLabel: "Save"
         onAccepted: dialogs.prompter.answerSaveFile(dialogs.localPath(selectedFile))
         onRejected: dialogs.prompter.answerSaveFile("")
     }
