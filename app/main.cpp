@@ -1,16 +1,18 @@
 // The tessoly executable: the window without arguments, the command line with them.
+#include "WindowHost.h"
 #include "ui/MenubarController.h"
 #include "ui/Services.h"
 #include "cli/CommandLine.h"
 #include "application/TessolyApp.h"
 #include "platform/Platform.h"
+#include "platform/linux/LinuxPlatform.h"
 
 #include <QApplication>
 #include <QCoreApplication>
 #include <QIcon>
-#include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <QQuickStyle>
+#include <QQuickWindow>
 #include <QTimer>
 #include <unistd.h>
 
@@ -40,6 +42,9 @@ int runCommandLine(int argc, char **argv)
 
 int runWindow(int argc, char **argv)
 {
+    // Without a graphics device Qt Quick's own 2D renderer beats emulated OpenGL.
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") && !tessoly::platform::hasGraphicsDevice())
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tessoly"));
     QApplication::setOrganizationDomain(QStringLiteral("tessoly.com"));
@@ -54,14 +59,12 @@ int runWindow(int argc, char **argv)
     app.startAutomation();
     tessoly::Services::install(app);
 
-    QQmlApplicationEngine engine;
-    QObject::connect(
-        &engine, &QQmlApplicationEngine::objectCreationFailed, &application,
-        [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
-    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Tessoly/Main.qml")));
-    if (engine.rootObjects().isEmpty())
+    tessoly::WindowHost window;
+    if (!window.show())
         return 1;
-    tessoly::MenubarController statusItem(app);
+    tessoly::MenubarController statusItem(app, [&window] { window.show(); });
+    window.trayShown(statusItem.isShown());
+    QObject::connect(&statusItem, &tessoly::MenubarController::shownChanged, &window, &tessoly::WindowHost::trayShown);
     // The window's start task runs once the event loop is up.
     QTimer::singleShot(0, &app, &tessoly::TessolyApp::start);
     return QApplication::exec();

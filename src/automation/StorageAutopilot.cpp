@@ -25,6 +25,9 @@ StorageAutopilot::StorageAutopilot(std::filesystem::path home, platform::Platfor
 {
     reload();
     m_currentFreeBytes = m_maintenance->currentFreeBytes();
+    // The status line reads both settings.
+    connect(&settings, &SettingsStore::autopilotEnabledChanged, this, &StorageAutopilot::changed);
+    connect(&settings, &SettingsStore::autopilotMinFreeGBChanged, this, &StorageAutopilot::changed);
 }
 
 StorageAutopilot::~StorageAutopilot() = default;

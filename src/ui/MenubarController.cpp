@@ -12,7 +12,6 @@
 #include <QPainter>
 #include <QSystemTrayIcon>
 #include <QTimer>
-#include <QWindow>
 
 namespace tessoly {
 namespace {
@@ -53,9 +52,10 @@ StatusFigures figuresOf(TessolyApp &app, bool withPurgeable)
 
 } // namespace
 
-MenubarController::MenubarController(TessolyApp &app, QObject *parent)
+MenubarController::MenubarController(TessolyApp &app, std::function<void()> openWindow, QObject *parent)
     : QObject(parent)
     , m_app(app)
+    , m_openWindow(std::move(openWindow))
 {
     connect(app.settings(), &SettingsStore::showMenubarIconChanged, this,
             [this] { setVisible(m_app.settings()->showMenubarIcon()); });
@@ -78,6 +78,7 @@ bool MenubarController::isShown() const
 
 void MenubarController::setVisible(bool visible)
 {
+    const bool wasShown = m_item != nullptr;
     if (visible && m_item == nullptr && QSystemTrayIcon::isSystemTrayAvailable()) {
         m_menu = new QMenu();
         connect(m_menu, &QMenu::aboutToShow, this, &MenubarController::rebuildMenu);
@@ -85,7 +86,7 @@ void MenubarController::setVisible(bool visible)
         m_item->setContextMenu(m_menu);
         connect(m_item, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
             if (reason == QSystemTrayIcon::Trigger)
-                openApp();
+                m_openWindow();
         });
         updateButton();
         m_item->show();
@@ -98,6 +99,8 @@ void MenubarController::setVisible(bool visible)
     }
     // With the item shown, closing the window leaves the program running.
     QApplication::setQuitOnLastWindowClosed(m_item == nullptr);
+    if (wasShown != (m_item != nullptr))
+        emit shownChanged(m_item != nullptr);
 }
 
 void MenubarController::updateButton()
@@ -123,7 +126,7 @@ void MenubarController::rebuildMenu()
         if (!row.key.isEmpty())
             action->setShortcut(QKeySequence(QStringLiteral("Ctrl+") + row.key.toUpper()));
         switch (row.action) {
-        case StatusMenuRow::Action::OpenApp: connect(action, &QAction::triggered, this, &MenubarController::openApp); break;
+        case StatusMenuRow::Action::OpenApp: connect(action, &QAction::triggered, this, [this] { m_openWindow(); }); break;
         case StatusMenuRow::Action::RunAutopilot:
             connect(action, &QAction::triggered, this, [this] {
                 if (!m_app.autopilot()->isRunning())
@@ -137,19 +140,6 @@ void MenubarController::rebuildMenu()
             break;
         case StatusMenuRow::Action::Quit: connect(action, &QAction::triggered, qApp, &QCoreApplication::quit); break;
         case StatusMenuRow::Action::None: break;
-        }
-    }
-}
-
-void MenubarController::openApp()
-{
-    for (QWindow *window : QGuiApplication::topLevelWindows()) {
-        if (window->isTopLevel() && window->flags().testFlag(Qt::Window) && window->objectName() != QLatin1String("QMenuClassWindow")
-            && !window->flags().testFlag(Qt::Popup)) {
-            window->show();
-            window->raise();
-            window->requestActivate();
-            return;
         }
     }
 }

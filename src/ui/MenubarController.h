@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <functional>
 
 class QMenu;
 class QSystemTrayIcon;
@@ -18,18 +19,23 @@ class MenubarController : public QObject {
     Q_OBJECT
 
 public:
-    explicit MenubarController(TessolyApp &app, QObject *parent = nullptr);
+    // openWindow brings the window up ("Open Tessoly"), building it if it was let go.
+    MenubarController(TessolyApp &app, std::function<void()> openWindow, QObject *parent = nullptr);
     ~MenubarController() override;
 
     [[nodiscard]] bool isShown() const;
     void setVisible(bool visible);
     void updateButton();
 
+signals:
+    // The item appeared in the tray or left it.
+    void shownChanged(bool shown);
+
 private:
     void rebuildMenu();
-    void openApp();
 
     TessolyApp &m_app;
+    std::function<void()> m_openWindow;
     QSystemTrayIcon *m_item = nullptr;
     QMenu *m_menu = nullptr;
     QTimer *m_refreshTimer = nullptr;

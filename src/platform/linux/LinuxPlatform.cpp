@@ -83,6 +83,17 @@ QCoro::Task<ProcessOutput> QtProcessRunner::run(std::filesystem::path program, Q
     co_return output;
 }
 
+bool hasGraphicsDevice()
+{
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator("/dev/dri", error)) {
+        const std::string name = entry.path().filename().native();
+        if (name.starts_with("renderD") || name.starts_with("card"))
+            return true;
+    }
+    return false;
+}
+
 std::unique_ptr<Platform> makeLinuxPlatform()
 {
     auto platform = std::make_unique<Platform>();

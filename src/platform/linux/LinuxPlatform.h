@@ -25,4 +25,9 @@ public:
                                                  std::optional<std::chrono::milliseconds> timeLimit) override;
 };
 
+// Whether the machine has a graphics device to render with (a DRM node).
+// Without one, OpenGL is emulated on the processor, which draws the window
+// slower and keeps tens of megabytes loaded for the life of the process.
+[[nodiscard]] bool hasGraphicsDevice();
+
 } // namespace tessoly::platform
