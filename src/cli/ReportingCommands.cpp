@@ -45,7 +45,7 @@ QCoro::Task<int> CommandLine::report(Parsed parsed)
         m_err << "tessoly: the report couldn't be printed: " << rendered.error << " Nothing was written.\n";
         co_return 1;
     }
-    if (const QString error = platform::writeFileAtomically(target, rendered.pdf); !error.isEmpty()) {
+    if (const QString error = platform::writeFileAtomically(target, rendered.pdf, platform::FileAccess::UserDefault); !error.isEmpty()) {
         m_err << "tessoly: the report couldn't be written to " << displayPath(target) << ": " << error << "\n";
         co_return 1;
     }

@@ -1,6 +1,7 @@
 #include "platform/AtomicFile.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -30,9 +31,27 @@ bool writeAll(int fd, const char *data, std::size_t size)
     return true;
 }
 
+// 0666 less the process's umask, read without changing it.
+mode_t userDefaultMode()
+{
+    mode_t mask = 022;
+    if (FILE *status = std::fopen("/proc/self/status", "re")) {
+        char line[256];
+        while (std::fgets(line, sizeof line, status) != nullptr) {
+            unsigned value = 0;
+            if (std::sscanf(line, "Umask: %o", &value) == 1) {
+                mask = static_cast<mode_t>(value);
+                break;
+            }
+        }
+        std::fclose(status);
+    }
+    return 0666 & ~mask;
+}
+
 } // namespace
 
-QString writeFileAtomically(const std::filesystem::path &target, const QByteArray &data)
+QString writeFileAtomically(const std::filesystem::path &target, const QByteArray &data, FileAccess access)
 {
     const std::filesystem::path folder = target.parent_path();
     std::string tempName = (folder / ("." + target.filename().native() + ".XXXXXX")).native();
@@ -46,6 +65,8 @@ QString writeFileAtomically(const std::filesystem::path &target, const QByteArra
         return QStringLiteral("Couldn't write %1: %2").arg(QString::fromStdString(target.native()), errorText(error));
     };
     if (!writeAll(fd, data.constData(), static_cast<std::size_t>(data.size())))
+        return fail(errno);
+    if (access == FileAccess::UserDefault && ::fchmod(fd, userDefaultMode()) != 0)
         return fail(errno);
     if (::fsync(fd) != 0)
         return fail(errno);

@@ -10,7 +10,11 @@ namespace tessoly::platform {
 // file: a temporary file in the same folder is written, synced and checked,
 // renamed over the target, and the folder is synced. Returns an empty string
 // on success, otherwise what went wrong in words; the old file is then intact.
-[[nodiscard]] QString writeFileAtomically(const std::filesystem::path &target, const QByteArray &data);
+// Tessoly's own files are the user's alone (0600); a document the user saves
+// somewhere gets the mode any new file of theirs gets (0666 less the umask).
+enum class FileAccess { Private, UserDefault };
+[[nodiscard]] QString writeFileAtomically(const std::filesystem::path &target, const QByteArray &data,
+                                          FileAccess access = FileAccess::Private);
 
 // Reads a whole file; ok=false when it can't be read (missing: nothing is
 // there; folder: a folder stands at the path).

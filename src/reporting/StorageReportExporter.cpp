@@ -170,7 +170,7 @@ QCoro::Task<void> StorageReportExporter::exportReport(StorageReport report, std:
     const QString html = buildHTML(report);
     const QByteArray pdf = co_await renderPDF(html);
     // A failed write leaves no file; the file manager opens on the place all the same.
-    const QString error = platform::writeFileAtomically(*target, pdf);
+    const QString error = platform::writeFileAtomically(*target, pdf, platform::FileAccess::UserDefault);
     if (!error.isEmpty())
         qWarning().noquote() << "The storage report couldn't be written:" << error;
     m_revealer.reveal(*target);

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Tessoly
 
-// The window's menus: exporting the storage report and quitting under File,
+// The window's menus: exporting the storage report, closing the window and quitting under File,
 // the welcome tour under Help.
 MenuBar {
     id: bar
@@ -118,6 +118,13 @@ MenuBar {
             onTriggered: Services.exportReport()
         }
         AppMenuSeparator {}
+        Action {
+            objectName: "closeWindowAction"
+            text: "Close Window"
+            shortcut: "Ctrl+W"
+            // With the tray item shown, Tessoly keeps running without its window.
+            onTriggered: bar.Window.window.close()
+        }
         Action {
             objectName: "quitAction"
             text: "Quit Tessoly"

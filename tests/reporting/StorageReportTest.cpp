@@ -221,12 +221,18 @@ TEST(StorageReportExport, SavePanelThenFileThenFileManager)
     EXPECT_EQ(renderer.calls, 0);
     EXPECT_TRUE(revealer.shown.empty());
 
-    // Chosen: the PDF at the place, over what stood there, and shown.
+    // Chosen: the PDF at the place, over what stood there, readable as any
+    // new file of the user's is (the umask says 0640 here), and shown.
     const fs::path target = home.path() / "Documents/report.pdf";
     writeFile(target, "an older report");
     prompter.answer = target;
+    const mode_t oldMask = ::umask(027);
     runTask(exporter.exportReport(escapingReport(), home.path()));
+    ::umask(oldMask);
     EXPECT_EQ(readFile(target), "%PDF-1.4 fake");
+    struct stat st{};
+    ASSERT_EQ(::stat(target.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0640U);
     ASSERT_EQ(revealer.shown.size(), 1U);
     EXPECT_EQ(revealer.shown.back(), target);
 
