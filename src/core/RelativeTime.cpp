@@ -8,6 +8,8 @@ QString formatRelativeTime(const QDateTime &when, const QDateTime &now)
 {
     const qint64 delta = when.secsTo(now);
     const qint64 distance = std::llabs(delta);
+    if (distance == 0)
+        return QStringLiteral("now");
     struct Unit {
         const char *name;
         qint64 seconds;

@@ -39,5 +39,6 @@ TEST(RelativeTime, LargestWholeUnitInWords)
     EXPECT_EQ(formatRelativeTime(now.addDays(-15), now), "2 weeks ago");
     EXPECT_EQ(formatRelativeTime(now.addDays(-400), now), "1 year ago");
     EXPECT_EQ(formatRelativeTime(now.addSecs(180), now), "in 3 minutes");
-    EXPECT_EQ(formatRelativeTime(now, now), "in 0 seconds");
+    EXPECT_EQ(formatRelativeTime(now, now), "now");
+    EXPECT_EQ(formatRelativeTime(now.addMSecs(400), now), "now");
 }
