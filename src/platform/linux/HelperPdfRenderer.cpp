@@ -4,15 +4,10 @@
 #include "platform/PathText.h"
 #include "platform/ProcessRunner.h"
 
-#include <QCoreApplication>
 #include <QTemporaryDir>
 #include <unistd.h>
 
 namespace tessoly::platform {
-
-namespace {
-constexpr const char *helperName = "tessoly-render-pdf";
-}
 
 HelperPdfRenderer::HelperPdfRenderer(ProcessRunner &processes, std::filesystem::path helper,
                                      std::chrono::milliseconds timeLimit)
@@ -20,14 +15,6 @@ HelperPdfRenderer::HelperPdfRenderer(ProcessRunner &processes, std::filesystem::
     , m_helper(std::move(helper))
     , m_timeLimit(timeLimit)
 {
-}
-
-std::filesystem::path HelperPdfRenderer::installedHelper()
-{
-    const std::filesystem::path beside = textToPath(QCoreApplication::applicationDirPath()) / helperName;
-    if (::access(beside.c_str(), X_OK) == 0)
-        return beside;
-    return std::filesystem::path(TESSOLY_LIBEXEC_DIR) / helperName;
 }
 
 QCoro::Task<RenderedPdf> HelperPdfRenderer::render(QString html)

@@ -19,10 +19,6 @@ public:
                       std::chrono::milliseconds timeLimit = std::chrono::seconds(90));
     [[nodiscard]] QCoro::Task<RenderedPdf> render(QString html) override;
 
-    // The helper beside the running program (a build tree), else where the
-    // package installs it.
-    [[nodiscard]] static std::filesystem::path installedHelper();
-
 private:
     ProcessRunner &m_processes;
     std::filesystem::path m_helper;

@@ -83,6 +83,18 @@ QCoro::Task<ProcessOutput> QtProcessRunner::run(std::filesystem::path program, Q
     co_return output;
 }
 
+std::filesystem::path helperProgram(const char *name)
+{
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (!error) {
+        const std::filesystem::path beside = self.parent_path() / name;
+        if (::access(beside.c_str(), X_OK) == 0)
+            return beside;
+    }
+    return std::filesystem::path(TESSOLY_LIBEXEC_DIR) / name;
+}
+
 bool hasGraphicsDevice()
 {
     std::error_code error;
@@ -105,7 +117,7 @@ std::unique_ptr<Platform> makeLinuxPlatform()
     platform->revealer = std::make_unique<FileManagerRevealer>();
     platform->processes = std::make_unique<QtProcessRunner>();
     platform->notifier = std::make_unique<FreedesktopNotifier>();
-    platform->pdfRenderer = std::make_unique<HelperPdfRenderer>(*platform->processes, HelperPdfRenderer::installedHelper());
+    platform->pdfRenderer = std::make_unique<HelperPdfRenderer>(*platform->processes, helperProgram("tessoly-render-pdf"));
     // Drives are mounted under these folders; more can be named for demos and tests.
     std::vector<std::filesystem::path> externalRoots{"/media", "/run/media", "/mnt"};
     for (const QByteArray &root : qgetenv("TESSOLY_EXTERNAL_ROOTS").split(':'))

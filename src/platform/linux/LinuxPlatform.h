@@ -25,6 +25,10 @@ public:
                                                  std::optional<std::chrono::milliseconds> timeLimit) override;
 };
 
+// One of Tessoly's own programs: beside the running one (a build tree),
+// else where the package installs them.
+[[nodiscard]] std::filesystem::path helperProgram(const char *name);
+
 // Whether the machine has a graphics device to render with (a DRM node).
 // Without one, OpenGL is emulated on the processor, which draws the window
 // slower and keeps tens of megabytes loaded for the life of the process.
