@@ -22,9 +22,6 @@ Item {
     }
 
     function hasDate(when) { return when !== null && when !== undefined && !isNaN(when.getTime()) }
-    // How long ago, where a moment of this very second reads as one second
-    // past rather than "in 0 seconds".
-    function since(when) { return Format.relativeTime(new Date(Math.min(when.getTime(), Date.now() - 1000))) }
 
     Timer {
         interval: 30000
@@ -199,7 +196,7 @@ Item {
                 text: {
                     view.clock
                     if (!view.indexing && view.hasDate(view.search.lastIndexedAt))
-                        return "Indexed " + view.since(view.search.lastIndexedAt)
+                        return "Indexed " + Format.timeSince(view.search.lastIndexedAt)
                     return view.search.progress
                 }
                 elide: Text.ElideRight

@@ -7,6 +7,7 @@
 #include <QDirIterator>
 #include <QFontDatabase>
 #include <QQmlEngine>
+#include <algorithm>
 
 namespace tessoly {
 namespace {
@@ -78,6 +79,12 @@ QString Format::sizeUnit(qint64 bytes)
 QString Format::relativeTime(const QDateTime &when)
 {
     return formatRelativeTime(when, QDateTime::currentDateTimeUtc());
+}
+
+QString Format::timeSince(const QDateTime &when)
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    return formatRelativeTime(std::min(when, now.addSecs(-1)), now);
 }
 
 QVariantList Catalogue::profiles()

@@ -127,6 +127,9 @@ public:
     Q_INVOKABLE static QString sizeUnit(qint64 bytes);
     // "3 days ago", against now.
     Q_INVOKABLE static QString relativeTime(const QDateTime &when);
+    // How long ago something finished: a moment of this very second (or a
+    // clock a little ahead) reads "1 second ago", never "now" or "in …".
+    Q_INVOKABLE static QString timeSince(const QDateTime &when);
 };
 
 // The cleanup catalogue as the screens list it.

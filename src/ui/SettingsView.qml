@@ -23,8 +23,6 @@ Item {
     ]
 
     function hasDate(when) { return when !== null && when !== undefined && !isNaN(when.getTime()) }
-    // How long ago, where a moment of this very second reads as one second past.
-    function since(when) { return Format.relativeTime(new Date(Math.min(when.getTime(), Date.now() - 1000))) }
     function grantedFolder(mountPoint) {
         view.grantsRevision // a dependency, so the rows follow grants given or forgotten
         return destinations.grantedFolder(mountPoint)
@@ -167,7 +165,7 @@ Item {
                         view.clock
                         if (!view.hasDate(view.autopilot.lastRunAt))
                             return ""
-                        return "Last run " + view.since(view.autopilot.lastRunAt) + " — reclaimed "
+                        return "Last run " + Format.timeSince(view.autopilot.lastRunAt) + " — reclaimed "
                                 + Format.bytes(view.autopilot.lastFreedBytes)
                     }
                     wrapMode: Text.WordWrap

@@ -20,9 +20,6 @@ Item {
     function isWorking(id) { return workingIds.indexOf(id) >= 0 }
     function resultOf(id) { return results[id] === undefined ? null : results[id] }
     function hasDate(when) { return when !== null && when !== undefined && !isNaN(when.getTime()) }
-    // How long ago, where a moment of this very second reads as one second
-    // past rather than "in 0 seconds".
-    function since(when) { return Format.relativeTime(new Date(Math.min(when.getTime(), Date.now() - 1000))) }
 
     function actionLabel(action) {
         switch (action) {
@@ -244,7 +241,7 @@ Item {
                             text: {
                                 view.clock
                                 return view.hasDate(view.xray.lastScanAt)
-                                    ? "scanned " + view.since(view.xray.lastScanAt) : ""
+                                    ? "scanned " + Format.timeSince(view.xray.lastScanAt) : ""
                             }
                             elide: Text.ElideRight
                             font.family: Theme.fontFamily
