@@ -98,7 +98,6 @@ int main(int argc, char **argv)
     tessoly::MoveFileOperations operations(trash, volumes);
     for (int round = 0; round < 3; ++round) {
         auto start = Clock::now();
-        const qint64 startedAt = tessoly::fileClockNowNs();
         const QString error = tessoly::platform::copyItem(tree, ours); // ends with a sync of the target
         best = std::min(best, seconds(Clock::now() - start));
         if (!error.isEmpty()) {
@@ -106,7 +105,7 @@ int main(int argc, char **argv)
             return 1;
         }
         start = Clock::now();
-        const tessoly::VerificationReport report = tessoly::verifyCopy(tree, ours, startedAt, operations);
+        const tessoly::VerificationReport report = tessoly::verifyCopy(tree, ours, operations);
         bestVerify = std::min(bestVerify, seconds(Clock::now() - start));
         if (!report.ok || report.repairedFiles != 0) {
             std::fprintf(stderr, "verification: %s\n", qPrintable(report.detail()));

@@ -254,7 +254,7 @@ std::vector<AppDataSource> AppStorageScanner::sources(const fs::path &home)
         {"Library/Caches", Kind::Cache},
         {"Library/Containers", Kind::Container},
         {"Library/Group Containers", Kind::GroupContainer},
-        {"Library/Logs", Kind::Logs},
+        {"Library/Logs/<app>", Kind::Logs}, // each app's own folder of logs
         {"Library/Preferences", Kind::Preferences},
         {"Library/Saved Application State", Kind::SavedState},
     };

@@ -1,5 +1,6 @@
 #include "cleaning/CleanupHistoryStore.h"
 
+#include "cleaning/HistoryJournal.h"
 #include "cleaning/HistoryJson.h"
 #include "platform/AtomicFile.h"
 #include "platform/FolderWatcher.h"
@@ -99,6 +100,18 @@ CleanupHistoryStore::CleanupHistoryStore(fs::path file, platform::Trash &trash, 
     m_entries = std::move(log.entries);
     m_lastBytes = std::move(log.bytes);
     m_unreadable = log.state == LogFile::State::Undecodable || log.state == LogFile::State::Folder;
+    recoverInterrupted();
+}
+
+std::unique_ptr<HistoryJournal> CleanupHistoryStore::beginJournal(const CleanupHistoryEntry &header) const
+{
+    return std::make_unique<HistoryJournal>(HistoryJournal::folderFor(m_file), header);
+}
+
+void CleanupHistoryStore::recoverInterrupted()
+{
+    recoverJournals(HistoryJournal::folderFor(m_file), m_trash,
+                    [this](CleanupHistoryEntry entry) { return append(std::move(entry)).isEmpty(); });
 }
 
 void CleanupHistoryStore::applyPending(std::vector<CleanupHistoryEntry> &list) const

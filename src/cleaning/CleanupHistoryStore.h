@@ -6,11 +6,13 @@
 #include <QStringList>
 #include <filesystem>
 #include <functional>
+#include <memory>
 
 namespace tessoly {
 namespace platform {
 class Trash;
 }
+class HistoryJournal;
 
 // The one log and its undo, shared by every Tessoly process of the user.
 // Kept in memory for the screens and in "history.json". Each change locks
@@ -53,6 +55,14 @@ public:
     // never over something that is there now and only from inside a Trash.
     RestoreCounts restore(const QUuid &entryId);
     QString removeItem(const QUuid &itemId);
+
+    // A journal for an operation about to put items in the Trash: what it
+    // notes survives a kill of this process, and the next store made on
+    // this log (in any process) turns it into an entry. Append the entry
+    // with the header's id, then finish the journal.
+    [[nodiscard]] std::unique_ptr<HistoryJournal> beginJournal(const CleanupHistoryEntry &header) const;
+    // Turns the journals of operations whose processes died into entries.
+    void recoverInterrupted();
 
     // Follows changes other processes make to the file (the window does).
     void watchForChanges();

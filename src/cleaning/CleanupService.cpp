@@ -1,9 +1,12 @@
 #include "cleaning/CleanupService.h"
 
 #include "cleaning/CleanupHistoryStore.h"
+#include "cleaning/HistoryJournal.h"
+#include "core/ByteFormat.h"
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"
 #include "platform/PathText.h"
+#include "platform/PlaceGuard.h"
 #include "platform/Trash.h"
 
 #include <QCoroFuture>
@@ -27,33 +30,75 @@ fs::path CleanupService::resolve(const CleanupTarget &target, const fs::path &ho
     return platform::locate(target.path.toStdString(), home);
 }
 
+bool CleanupService::isListOfPlaces(const CleanupTarget &target)
+{
+    return target.path == QLatin1String("Library/Logs");
+}
+
+std::vector<fs::path> CleanupService::places(const CleanupTarget &target, const fs::path &home)
+{
+    // Most targets are one folder; the log target is the log folders and files found now.
+    if (isListOfPlaces(target))
+        return platform::locateAll(target.path.toStdString(), home);
+    return {resolve(target, home)};
+}
+
 CleanupTargetState CleanupService::measureTarget(const CleanupTarget &target, const fs::path &home)
 {
+    return measurePlaces(target, places(target, home));
+}
+
+CleanupTargetState CleanupService::measurePlaces(const CleanupTarget &target, const std::vector<fs::path> &all)
+{
     CleanupTargetState state{target, 0, false, 0};
-    const fs::path folder = resolve(target, home);
-    struct stat st{};
-    if (::lstat(folder.c_str(), &st) != 0)
-        return state;
-    if (S_ISLNK(st.st_mode)) {
-        // A link (to an external drive, say) is present and empty: never measured, never cleaned.
+    std::vector<fs::path> entries;
+    for (const fs::path &place : all) {
+        struct stat st{};
+        if (::lstat(place.c_str(), &st) != 0)
+            continue;
         state.exists = true;
-        return state;
+        if (S_ISLNK(st.st_mode))
+            continue; // a link (to an external drive, say) is present and empty: never measured, never cleaned
+        if (S_ISREG(st.st_mode) && isListOfPlaces(target)) {
+            entries.push_back(place); // a log file is an entry of its own
+            continue;
+        }
+        if (!S_ISDIR(st.st_mode))
+            continue;
+        const std::vector<fs::path> inside = platform::listVisibleEntries(place);
+        entries.insert(entries.end(), inside.begin(), inside.end());
     }
-    if (::stat(folder.c_str(), &st) != 0)
-        return state;
-    state.exists = true;
-    const std::vector<fs::path> entries = platform::listVisibleEntries(folder);
     state.childCount = static_cast<qint64>(entries.size());
     for (const platform::WalkTotals &totals : platform::walkTrees(entries))
         state.bytes += totals.allocatedBytes;
     return state;
 }
 
-CleanupService::TrashResult CleanupService::emptyFolder(const fs::path &folder, bool deleteImmediately,
-                                                        platform::Trash &trash)
+CleanupService::TrashResult CleanupService::emptyPlace(const fs::path &place, bool wholeFiles, const fs::path &home,
+                                                       bool deleteImmediately, platform::Trash &trash, HistoryJournal *journal)
+{
+    struct stat st{};
+    if (::lstat(place.c_str(), &st) != 0 || S_ISLNK(st.st_mode) || (S_ISREG(st.st_mode) && !wholeFiles))
+        return {};
+    // Judged as if deleting outright: the guard knows no Trash.
+    const platform::GuardedPlace guarded = platform::guardRemoval(place, home);
+    if (!guarded.allowed()) {
+        TrashResult refused;
+        refused.leftBehind.push_back({place, guarded.refusal});
+        return refused;
+    }
+    if (guarded.resolved.empty())
+        return {};
+    if (S_ISREG(st.st_mode))
+        return disposeEntries({guarded.resolved}, deleteImmediately, trash, journal);
+    return disposeEntries(platform::listVisibleEntries(guarded.resolved), deleteImmediately, trash, journal);
+}
+
+CleanupService::TrashResult CleanupService::disposeEntries(const std::vector<fs::path> &entries, bool deleteImmediately,
+                                                           platform::Trash &trash, HistoryJournal *journal)
 {
     TrashResult result;
-    for (const fs::path &entry : platform::listVisibleEntries(folder)) {
+    for (const fs::path &entry : entries) {
         const qint64 bytes = platform::walkTree(entry).allocatedBytes; // sized before it goes
         CleanupHistoryEntry::Item item;
         item.originalPath = entry;
@@ -68,7 +113,10 @@ CleanupService::TrashResult CleanupService::emptyFolder(const fs::path &folder, 
                 continue;
             }
         } else {
-            const platform::TrashOutcome outcome = trash.trashItem(entry);
+            const platform::TrashOutcome outcome = trash.trashItem(entry, [&](const fs::path &to) {
+                if (journal != nullptr)
+                    journal->aboutToTrash(entry, to);
+            });
             if (!outcome.ok()) {
                 // A protected entry stays; it is left out of the total and the log.
                 result.leftBehind.push_back({entry, outcome.error});
@@ -76,11 +124,14 @@ CleanupService::TrashResult CleanupService::emptyFolder(const fs::path &folder, 
             }
             item.trashedPath = outcome.trashedPath;
         }
+        if (journal != nullptr)
+            journal->went(item);
         result.totalBytes += bytes;
         result.trashed.push_back(std::move(item));
     }
     return result;
 }
+
 
 void CleanupService::store(const CleanupTargetState &state)
 {
@@ -111,25 +162,36 @@ QCoro::Task<qint64> CleanupService::clean(std::vector<CleanupTarget> targets, QS
     std::vector<CleanupHistoryEntry::Item> items;
     qint64 total = 0;
     CleanReport report;
+    // Noted item by item, so that a kill halfway still leaves an entry.
+    const CleanupHistoryEntry header = CleanupHistoryEntry::make(
+        CleanupHistoryEntry::Kind::ProfileCleanup, QStringLiteral("%1 profile cleanup").arg(profileName), 0, {});
+    const std::unique_ptr<HistoryJournal> journal = m_history.beginJournal(header);
     for (const CleanupTarget &target : targets) {
         const CleanupTargetState before = co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home);
         store(before);
         if (!before.exists || before.bytes < 1)
             continue;
-        const TrashResult result = co_await QtConcurrent::run(&CleanupService::emptyFolder, resolve(target, m_home),
-                                                              deleteImmediately, std::ref(m_trash));
-        total += result.totalBytes;
-        items.insert(items.end(), result.trashed.begin(), result.trashed.end());
-        report.leftBehind.insert(report.leftBehind.end(), result.leftBehind.begin(), result.leftBehind.end());
+        for (const fs::path &place : places(target, m_home)) {
+            const TrashResult result = co_await QtConcurrent::run(&CleanupService::emptyPlace, place, isListOfPlaces(target), m_home,
+                                                                  deleteImmediately, std::ref(m_trash), journal.get());
+            total += result.totalBytes;
+            items.insert(items.end(), result.trashed.begin(), result.trashed.end());
+            report.leftBehind.insert(report.leftBehind.end(), result.leftBehind.begin(), result.leftBehind.end());
+        }
         store(co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home));
     }
+    for (const CleanupHistoryEntry::Item &item : items)
+        if (item.trashedPath && !liesInside(*item.trashedPath, m_trash.homeTrashFiles()))
+            report.trashedElsewhereBytes += item.bytes;
     if (!items.empty()) {
-        CleanupHistoryEntry entry = CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::ProfileCleanup,
-                                                              QStringLiteral("%1 profile cleanup").arg(profileName),
-                                                              total, std::move(items));
+        CleanupHistoryEntry entry = header;
+        entry.bytesReclaimed = total;
+        entry.items = std::move(items);
         report.entryId = entry.id;
         report.logError = m_history.append(std::move(entry));
     }
+    if (report.logError.isEmpty())
+        journal->finish();
     m_lastCleanReport = std::move(report);
     m_lastReclaimedBytes = total;
     emit lastReclaimedBytesChanged();
@@ -167,6 +229,10 @@ QString CleanupService::lastCleanNotice() const
         words << m_lastCleanReport.leftBehind.front().reason;
     else if (stayed > 1)
         words << QStringLiteral("%1 items stayed where they were, for example: %2").arg(stayed).arg(m_lastCleanReport.leftBehind.front().reason);
+    if (m_lastCleanReport.trashedElsewhereBytes > 0)
+        words << QStringLiteral("%1 of it went to a Trash on the file system it lives on, so it frees space only when "
+                                "that Trash is emptied.")
+                     .arg(formatBytes(m_lastCleanReport.trashedElsewhereBytes));
     if (!m_lastCleanReport.logError.isEmpty())
         words << QStringLiteral("This clean couldn't be recorded in the log (%1), so History can't put it back; "
                                 "what went to the Trash can still be restored from the Trash itself.")

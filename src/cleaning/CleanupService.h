@@ -14,6 +14,7 @@ namespace platform {
 class Trash;
 }
 class CleanupHistoryStore;
+class HistoryJournal;
 
 // The last measurement of one target.
 struct CleanupTargetState {
@@ -53,6 +54,10 @@ public:
         QUuid entryId;
         QString logError;
         std::vector<LeftBehind> leftBehind;
+        // Bytes that went to a Trash on their own file system (a cache on
+        // tmpfs or another disk): they free that file system only when its
+        // Trash is emptied.
+        qint64 trashedElsewhereBytes = 0;
     };
 
     CleanupService(std::filesystem::path home, platform::Trash &trash, CleanupHistoryStore &history,
@@ -80,9 +85,23 @@ public:
 
     // The blocking steps, run off the main thread.
     [[nodiscard]] static std::filesystem::path resolve(const CleanupTarget &target, const std::filesystem::path &home);
+    // Whether a target stands for a list of places found now (the logs), files among them.
+    [[nodiscard]] static bool isListOfPlaces(const CleanupTarget &target);
+    // The folders (or, for logs, also files) a target stands for on this system.
+    [[nodiscard]] static std::vector<std::filesystem::path> places(const CleanupTarget &target,
+                                                                   const std::filesystem::path &home);
     [[nodiscard]] static CleanupTargetState measureTarget(const CleanupTarget &target, const std::filesystem::path &home);
-    [[nodiscard]] static TrashResult emptyFolder(const std::filesystem::path &folder, bool deleteImmediately,
-                                                 platform::Trash &trash);
+    [[nodiscard]] static CleanupTargetState measurePlaces(const CleanupTarget &target,
+                                                          const std::vector<std::filesystem::path> &places);
+    // Empties a folder entry by entry (with wholeFiles, a file goes itself),
+    // once the guard allows it; a refused place is left behind with the guard's words.
+    [[nodiscard]] static TrashResult emptyPlace(const std::filesystem::path &place, bool wholeFiles,
+                                                const std::filesystem::path &home,
+                                                bool deleteImmediately, platform::Trash &trash,
+                                                HistoryJournal *journal = nullptr);
+    [[nodiscard]] static TrashResult disposeEntries(const std::vector<std::filesystem::path> &entries,
+                                                    bool deleteImmediately, platform::Trash &trash,
+                                                    HistoryJournal *journal = nullptr);
 
 signals:
     void statesChanged();

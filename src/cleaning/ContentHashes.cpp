@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <openssl/evp.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tessoly {
@@ -47,10 +48,14 @@ quint64 takeNumber(const char *in)
 
 std::optional<Sha256Digest> sha256OfFile(const fs::path &file)
 {
-    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    // Without blocking: a pipe put in a file's place must not hang the scan.
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
     if (fd < 0)
         return std::nullopt;
     const FdCloser closer{fd};
+    struct stat st{};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode))
+        return std::nullopt;
     ::posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
     const std::unique_ptr<EVP_MD_CTX, DigestContextFree> context(EVP_MD_CTX_new());
     if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)

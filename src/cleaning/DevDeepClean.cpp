@@ -230,6 +230,12 @@ QCoro::Task<void> DevDeepClean::deleteNodeModules(NodeModulesFinding finding)
     const bool immediately =
         m_defaults.boolValue(QString::fromLatin1(SettingsStore::kDeleteImmediatelyKey)).value_or(false);
     QPointer<DevDeepClean> self(this);
+    // Judged as if deleting outright, whatever the setting.
+    if (const QString refusal = NodeModulesSearch::refusalToRemove(finding.url, m_home); !refusal.isEmpty()) {
+        setResult(id, refusal, false);
+        endWork(id);
+        co_return;
+    }
     const QString error = co_await QtConcurrent::run(&disposeFolder, finding.url, immediately, std::ref(m_trash));
     if (!self)
         co_return;

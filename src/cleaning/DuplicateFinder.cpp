@@ -2,11 +2,12 @@
 
 #include "cleaning/CleanupHistoryEntry.h"
 #include "cleaning/CleanupHistoryStore.h"
-#include "cleaning/ContentHashes.h"
+#include "cleaning/HistoryJournal.h"
 #include "core/QueuedProgress.h"
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"
 #include "platform/PathText.h"
+#include "platform/PlaceGuard.h"
 #include "platform/Trash.h"
 
 #include <QCoroFuture>
@@ -68,6 +69,7 @@ std::vector<Candidate> indexCandidates(const std::vector<fs::path> &roots)
 
 struct Hashes {
     std::vector<std::optional<Sha256Digest>> digests; // by candidate
+    std::vector<char> fromCache;                      // by candidate (bytes: written from several threads)
     DuplicateFinder::ScanStats stats;
 };
 
@@ -80,6 +82,7 @@ Hashes hashCandidates(const std::vector<Candidate> &candidates, const fs::path &
     cache.load();
     Hashes hashes;
     hashes.digests.resize(candidates.size());
+    hashes.fromCache.resize(candidates.size());
     std::atomic<std::size_t> next{0};
     std::atomic<qint64> fromCache{0};
     std::mutex progressLock;
@@ -89,6 +92,7 @@ Hashes hashCandidates(const std::vector<Candidate> &candidates, const fs::path &
         for (std::size_t i = next++; i < candidates.size(); i = next++) {
             if (std::optional<Sha256Digest> known = cache.find(candidates[i].identity)) {
                 hashes.digests[i] = known;
+                hashes.fromCache[i] = 1;
                 ++fromCache;
             } else {
                 hashes.digests[i] = sha256OfFile(candidates[i].path);
@@ -120,11 +124,28 @@ Hashes hashCandidates(const std::vector<Candidate> &candidates, const fs::path &
     return hashes;
 }
 
-// Is a regular file of this size at the path (never following a link)?
-bool isFileOfSize(const fs::path &path, qint64 bytes)
+// What the file system says of a regular file now (never following a link).
+std::optional<FileIdentity> identityOf(const fs::path &path)
 {
     struct stat st{};
-    return ::lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && st.st_size == bytes;
+    if (::lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
+        return std::nullopt;
+    const auto ns = [](const timespec &t) { return qint64(t.tv_sec) * 1'000'000'000 + t.tv_nsec; };
+    return FileIdentity{quint64(st.st_dev), quint64(st.st_ino), qint64(st.st_size), ns(st.st_mtim), ns(st.st_ctim)};
+}
+
+// Whether the file at the path is still one of the group: the very file the
+// scan hashed, or a file whose bytes hash to the group's digest now. A digest
+// only the cache vouched for is never taken on trust.
+bool stillInGroup(const DuplicateGroup &group, std::size_t index)
+{
+    const std::optional<FileIdentity> now = identityOf(group.files[index]);
+    if (!now || now->size != group.bytes)
+        return false;
+    if (*now == group.identities[index] && !group.digestFromCache[index])
+        return true;
+    const std::optional<Sha256Digest> digest = sha256OfFile(group.files[index]);
+    return digest && *digest == group.digest && identityOf(group.files[index]) == now;
 }
 
 } // namespace
@@ -176,22 +197,24 @@ void DuplicateFinder::recomputeTotal()
         m_totalReclaimable += group.wastedBytes();
 }
 
-std::vector<fs::path> DuplicateFinder::roots(const fs::path &home)
+platform::SearchRoots DuplicateFinder::roots(const fs::path &home)
 {
+    platform::SearchRoots roots;
     std::vector<fs::path> found;
     for (const char *name : {"Downloads", "Documents", "Desktop", "Movies", "Music", "Pictures"}) {
-        std::error_code error;
-        // A personal folder that is a link counts where it leads; one folder named twice is searched once.
-        const fs::path root = fs::canonical(platform::locate(name, home), error);
-        if (error || !fs::is_directory(root, error))
-            continue;
-        found.push_back(root);
+        // A personal folder that is a link counts where it leads, if that is the user's own.
+        const platform::GuardedPlace guarded =
+            platform::guardSearchRoot(platform::locate(name, home), QString::fromLatin1(name), home);
+        if (!guarded.allowed())
+            roots.refused << guarded.refusal;
+        else if (!guarded.resolved.empty())
+            found.push_back(guarded.resolved);
     }
-    std::vector<fs::path> roots;
+    // One folder named twice is searched once.
     for (const fs::path &root : found) {
         const bool inside = std::any_of(found.begin(), found.end(), [&root](const fs::path &other) { return liesInside(root, other); });
-        if (!inside && std::find(roots.begin(), roots.end(), root) == roots.end())
-            roots.push_back(root);
+        if (!inside && std::find(roots.folders.begin(), roots.folders.end(), root) == roots.folders.end())
+            roots.folders.push_back(root);
     }
     return roots;
 }
@@ -212,7 +235,9 @@ QCoro::Task<void> DuplicateFinder::scan()
     emit groupsChanged();
     setProgress(QStringLiteral("Building file index…"));
     QPointer<DuplicateFinder> self(this);
-    std::vector<Candidate> candidates = co_await QtConcurrent::run(&indexCandidates, roots(m_home));
+    const platform::SearchRoots searched = roots(m_home);
+    m_refusedFolders = searched.refused;
+    std::vector<Candidate> candidates = co_await QtConcurrent::run(&indexCandidates, searched.folders);
     if (!self)
         co_return;
     setProgress(QStringLiteral("Found %1 candidate files. Hashing…").arg(candidates.size()));
@@ -233,10 +258,12 @@ QCoro::Task<void> DuplicateFinder::scan()
         const auto it = byKey.constFind(key);
         if (it == byKey.constEnd()) {
             byKey.insert(key, groups.size());
-            groups.push_back(DuplicateGroup{key, candidates[i].identity.size, {candidates[i].path}});
-        } else {
-            groups[*it].files.push_back(candidates[i].path);
+            groups.push_back(DuplicateGroup{key, candidates[i].identity.size, {}, {}, {}, *hashes.digests[i]});
         }
+        DuplicateGroup &group = groups[it == byKey.constEnd() ? groups.size() - 1 : *it];
+        group.files.push_back(candidates[i].path);
+        group.identities.push_back(candidates[i].identity);
+        group.digestFromCache.push_back(hashes.fromCache[i] != 0);
     }
     std::erase_if(groups, [](const DuplicateGroup &group) { return group.files.size() < 2; });
     std::stable_sort(groups.begin(), groups.end(),
@@ -254,24 +281,48 @@ QCoro::Task<void> DuplicateFinder::scan()
 DuplicateFinder::KeepOutcome DuplicateFinder::keep(const QString &groupId, const fs::path &file)
 {
     const auto group = std::find_if(m_groups.begin(), m_groups.end(), [&](const DuplicateGroup &g) { return g.id == groupId; });
-    auto nothing = [](QString problem) { return KeepOutcome{0, problem, problem}; };
-    if (group == m_groups.end() || std::find(group->files.begin(), group->files.end(), file) == group->files.end())
+    auto nothing = [](QString problem) { return KeepOutcome{0, 0, problem, problem}; };
+    if (group == m_groups.end())
         return nothing(QStringLiteral("That file isn't in this group any more."));
-    if (!isFileOfSize(file, group->bytes)) {
+    const auto keptAt = std::find(group->files.begin(), group->files.end(), file);
+    if (keptAt == group->files.end())
+        return nothing(QStringLiteral("That file isn't in this group any more."));
+    if (!stillInGroup(*group, std::size_t(keptAt - group->files.begin()))) {
         return nothing(QStringLiteral("%1 is no longer there as it was found, so nothing was trashed. Scan again.")
                            .arg(displayPath(file.filename())));
     }
+    const QString name = displayPath(file.filename());
+    CleanupHistoryEntry header = CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::BigFileTrash,
+                                                           QStringLiteral("Trashed duplicates of %1").arg(name), 0, {});
+    const std::unique_ptr<HistoryJournal> journal = m_history.beginJournal(header);
     std::vector<CleanupHistoryEntry::Item> items;
-    std::vector<fs::path> remaining;
-    for (const fs::path &other : group->files) {
-        // A copy that changed size since the scan is no copy any more: it stays.
-        if (other == file || !isFileOfSize(other, group->bytes)) {
-            remaining.push_back(other);
+    DuplicateGroup remaining = *group;
+    remaining.files.clear();
+    remaining.identities.clear();
+    remaining.digestFromCache.clear();
+    int changed = 0;
+    int failed = 0;
+    for (std::size_t i = 0; i < group->files.size(); ++i) {
+        const fs::path &other = group->files[i];
+        const auto stay = [&] {
+            remaining.files.push_back(other);
+            remaining.identities.push_back(group->identities[i]);
+            remaining.digestFromCache.push_back(group->digestFromCache[i]);
+        };
+        if (other == file) {
+            stay();
             continue;
         }
-        const platform::TrashOutcome outcome = m_trash.trashItem(other);
+        // A copy that changed since the scan is no copy any more: it stays.
+        if (!stillInGroup(*group, i)) {
+            ++changed;
+            continue; // not listed again: a new scan will judge it
+        }
+        const platform::TrashOutcome outcome =
+            m_trash.trashItem(other, [&](const fs::path &to) { journal->aboutToTrash(other, to); });
         if (!outcome.ok()) {
-            remaining.push_back(other);
+            ++failed;
+            stay();
             continue;
         }
         CleanupHistoryEntry::Item item;
@@ -279,27 +330,50 @@ DuplicateFinder::KeepOutcome DuplicateFinder::keep(const QString &groupId, const
         if (!outcome.trashedPath.empty())
             item.trashedPath = outcome.trashedPath;
         item.bytes = group->bytes;
+        journal->went(item);
         items.push_back(std::move(item));
     }
     const int trashed = int(items.size());
-    QString problem;
+    QString logError;
     if (trashed > 0) {
-        const QString name = remaining.empty() ? QStringLiteral("file") : displayPath(remaining.front().filename());
-        const QString summary = QStringLiteral("Trashed %1 duplicate%2 of %3").arg(trashed).arg(trashed == 1 ? "" : "s").arg(name);
-        const QString logError = m_history.append(CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::BigFileTrash, summary,
-                                                                            group->bytes * trashed, std::move(items)));
-        if (!logError.isEmpty())
-            problem = QStringLiteral("The copies are in the Trash, but the log couldn't record it: %1").arg(logError);
+        header.summary = QStringLiteral("Trashed %1 duplicate%2 of %3").arg(trashed).arg(trashed == 1 ? "" : "s").arg(name);
+        header.bytesReclaimed = group->bytes * trashed;
+        header.items = std::move(items);
+        logError = m_history.append(std::move(header));
     }
-    group->files = std::move(remaining);
-    if (group->files.size() < 2)
+    if (logError.isEmpty())
+        journal->finish();
+    const bool emptied = remaining.files.size() < 2;
+    *group = std::move(remaining);
+    if (emptied)
         m_groups.erase(group);
     recomputeTotal();
     emit groupsChanged();
-    QString words = QStringLiteral("Kept %1, trashed the rest.").arg(displayPath(file.filename()));
-    if (!problem.isEmpty())
-        words += u' ' + problem;
-    return {trashed, problem, words};
+
+    KeepOutcome outcome;
+    outcome.trashed = trashed;
+    outcome.stayed = changed + failed;
+    QStringList words;
+    if (outcome.stayed == 0)
+        words << QStringLiteral("Kept %1, trashed the rest.").arg(name);
+    else
+        words << QStringLiteral("Kept %1, trashed %2 of %3 other copies.").arg(name).arg(trashed).arg(trashed + outcome.stayed);
+    if (changed > 0)
+        words << QStringLiteral("%1 changed or vanished since the scan, so %2 left alone.")
+                     .arg(changed == 1 ? QStringLiteral("One copy") : QStringLiteral("%1 copies").arg(changed),
+                          changed == 1 ? QStringLiteral("it was") : QStringLiteral("they were"));
+    if (failed > 0)
+        words << QStringLiteral("%1 couldn't be moved to the Trash and %2 still in place.")
+                     .arg(failed == 1 ? QStringLiteral("One copy") : QStringLiteral("%1 copies").arg(failed),
+                          failed == 1 ? QStringLiteral("is") : QStringLiteral("are"));
+    if (!logError.isEmpty())
+        outcome.problem = QStringLiteral("The copies are in the Trash, but the log couldn't record it: %1").arg(logError);
+    else if (trashed == 0)
+        outcome.problem = QStringLiteral("Nothing was trashed.");
+    if (!outcome.problem.isEmpty() && !(trashed == 0 && outcome.stayed > 0))
+        words << outcome.problem;
+    outcome.words = words.join(u' ');
+    return outcome;
 }
 
 QString DuplicateFinder::keepFile(const QString &groupId, const QString &path)

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "cleaning/ContentHashes.h"
+#include "platform/PlaceGuard.h"
+
 #include <QCoroTask>
 #include <QObject>
+#include <QStringList>
 #include <QVariantList>
 #include <filesystem>
 #include <functional>
@@ -18,8 +22,14 @@ struct DuplicateGroup {
     QString id; // "<size>-<sha256>"
     qint64 bytes = 0; // the size of each file
     std::vector<std::filesystem::path> files;
+    // By file: what the file system said of it when it was hashed, and
+    // whether its digest came from the cache rather than from its bytes.
+    std::vector<FileIdentity> identities;
+    std::vector<bool> digestFromCache;
+    Sha256Digest digest{};
     [[nodiscard]] qint64 wastedBytes() const;
 };
+
 
 // Finds files with identical content in the person's own folders (Downloads,
 // Documents, Desktop, Movies, Music, Pictures): files are grouped by size
@@ -33,6 +43,8 @@ class DuplicateFinder : public QObject {
     Q_PROPERTY(bool isScanning READ isScanning NOTIFY isScanningChanged)
     Q_PROPERTY(QString scanProgress READ scanProgress NOTIFY scanProgressChanged)
     Q_PROPERTY(qint64 totalReclaimable READ totalReclaimable NOTIFY groupsChanged)
+    // Why a personal folder wasn't searched, one sentence each.
+    Q_PROPERTY(QStringList refusedFolders READ refusedFolders NOTIFY groupsChanged)
 
 public:
     static constexpr qint64 minBytes = 1048576;
@@ -54,15 +66,20 @@ public:
     [[nodiscard]] QString scanProgress() const { return m_scanProgress; }
     [[nodiscard]] qint64 totalReclaimable() const { return m_totalReclaimable; }
     [[nodiscard]] const ScanStats &lastScanStats() const { return m_stats; }
+    [[nodiscard]] const QStringList &refusedFolders() const { return m_refusedFolders; }
 
     QCoro::Task<void> scan();
     Q_INVOKABLE void startScan();
 
-    // Keeps one file of a group and moves the others to the Trash. Returns
-    // how many went; none when the kept file is no longer what was found
-    // (then nothing is touched and problem says why); words say it all.
+    // Keeps one file of a group and moves the others to the Trash. Each file
+    // is checked first against what the scan saw (device, inode, size and
+    // times); one that changed, or whose digest only the cache vouched for,
+    // is hashed again, and stays unless it still matches. Returns how many
+    // went and how many copies stayed; none when the kept file is no longer
+    // what was found (then nothing is touched and problem says why).
     struct KeepOutcome {
         int trashed = 0;
+        int stayed = 0; // other copies that didn't go
         QString problem;
         QString words;
     };
@@ -70,8 +87,8 @@ public:
     // For the screen: keeps, and returns the words to show under the list.
     Q_INVOKABLE QString keepFile(const QString &groupId, const QString &path);
 
-    // The folders searched, those that exist, none inside another.
-    [[nodiscard]] static std::vector<std::filesystem::path> roots(const std::filesystem::path &home);
+    // The folders searched, those that exist and the guard allows, none inside another.
+    [[nodiscard]] static platform::SearchRoots roots(const std::filesystem::path &home);
 
 signals:
     void groupsChanged();
@@ -91,6 +108,7 @@ private:
     QString m_scanProgress;
     qint64 m_totalReclaimable = 0;
     ScanStats m_stats;
+    QStringList m_refusedFolders;
 };
 
 } // namespace tessoly

@@ -26,18 +26,35 @@ QString NodeModulesFinding::id() const
     return pathToText(url);
 }
 
-std::vector<fs::path> NodeModulesSearch::roots(const fs::path &home)
+platform::SearchRoots NodeModulesSearch::roots(const fs::path &home)
 {
-    std::vector<fs::path> found;
+    platform::SearchRoots roots;
     for (const char *name : {"Documents", "Desktop", "Developer", "Projects", "dev", "code", "work"}) {
-        const fs::path root = platform::locate(name, home);
-        struct stat st{};
-        // A root that is a link is followed (the user's own choice of where projects live); nothing below it is.
-        if (::stat(root.c_str(), &st) == 0 && S_ISDIR(st.st_mode)
-            && std::find(found.begin(), found.end(), root) == found.end())
-            found.push_back(root);
+        // A root that is a link is followed when it leads to the user's own folder; nothing below it is.
+        const platform::GuardedPlace guarded =
+            platform::guardSearchRoot(platform::locate(name, home), QString::fromLatin1(name), home);
+        if (!guarded.allowed())
+            roots.refused << guarded.refusal;
+        else if (!guarded.resolved.empty()
+                 && std::find(roots.folders.begin(), roots.folders.end(), guarded.resolved) == roots.folders.end())
+            roots.folders.push_back(guarded.resolved);
     }
-    return found;
+    return roots;
+}
+
+QString NodeModulesSearch::refusalToRemove(const fs::path &folder, const fs::path &home)
+{
+    std::error_code error;
+    const fs::path real = fs::canonical(folder, error);
+    if (error == std::errc::no_such_file_or_directory)
+        return {}; // gone: nothing to remove, and the removal says so
+    const QString named = QStringLiteral("“%1”").arg(displayPath(folder));
+    if (error || real.filename() != "node_modules")
+        return QStringLiteral("%1 is no node_modules folder now, so it was left alone.").arg(named);
+    const platform::SearchRoots searched = roots(home);
+    if (std::none_of(searched.folders.begin(), searched.folders.end(), [&](const fs::path &root) { return liesInside(real, root); }))
+        return QStringLiteral("%1 lies in none of your project folders, so it was left alone.").arg(named);
+    return {};
 }
 
 std::vector<NodeModulesFinding> NodeModulesSearch::find(const fs::path &home)
@@ -56,7 +73,7 @@ std::vector<NodeModulesFinding> NodeModulesSearch::find(const fs::path &home)
         folders.emplace_back(folder);
         return true;
     };
-    (void)platform::walkTrees(roots(home), search);
+    (void)platform::walkTrees(roots(home).folders, search);
 
     std::vector<NodeModulesFinding> findings;
     const std::vector<platform::WalkTotals> sizes = platform::walkTrees(folders);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/PlaceGuard.h"
+
 #include <QDateTime>
 #include <QString>
 #include <filesystem>
@@ -28,8 +30,13 @@ public:
     static constexpr qint64 minimumBytes = 52428800; // strictly more than 50 MiB
     static constexpr int activityDepth = 3;          // project files deeper than this don't count
 
-    // Documents, Desktop, Developer, Projects, dev, code, work: those that exist.
-    [[nodiscard]] static std::vector<std::filesystem::path> roots(const std::filesystem::path &home);
+    // Documents, Desktop, Developer, Projects, dev, code, work: those that
+    // exist and the guard allows, resolved (a link to the user's own folder
+    // on another disk is followed), and why any other was left out.
+    [[nodiscard]] static platform::SearchRoots roots(const std::filesystem::path &home);
+    // Why a folder may not be removed as a project's node_modules (empty when
+    // it may): it must be named so and lie inside a project folder searched.
+    [[nodiscard]] static QString refusalToRemove(const std::filesystem::path &folder, const std::filesystem::path &home);
     // The findings, biggest first.
     [[nodiscard]] static std::vector<NodeModulesFinding> find(const std::filesystem::path &home);
     // The newest modification time among a project's own visible files at

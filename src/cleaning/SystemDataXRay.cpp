@@ -14,6 +14,7 @@
 #include <QtConcurrent>
 #include <algorithm>
 #include <sys/stat.h>
+#include <unordered_set>
 
 namespace tessoly {
 namespace fs = std::filesystem;
@@ -24,10 +25,9 @@ constexpr std::pair<const char *, const char *> kMeasured[] = {
     {"xray.usercaches", "Library/Caches"},
     {"xray.syscaches", "/Library/Caches"},
     {"xray.userlogs", "Library/Logs"},
-    {"xray.diagreports", "Library/DiagnosticReports"},
     {"xray.iosbackups", "Library/Application Support/MobileSync/Backup"},
     {"xray.vm", "/private/var/vm"},
-    {"xray.trash", ".Trash"},
+    {"xray.trash", ".Trash (all)"},
     {"xray.docker", "Library/Containers/com.docker.docker/Data/vms/0/data/Docker.raw"},
     {"xray.developer", "Library/Developer"},
     {"xray.mail", "Library/Mail"},
@@ -41,6 +41,7 @@ constexpr std::pair<const char *, const char *> kNested[] = {
     {"xray.appsupport", "xray.iosbackups"},
     {"xray.containers", "xray.docker"},
     {"xray.appsupport", "xray.trash"},
+    {"xray.usercaches", "xray.userlogs"},
 };
 
 struct SliceText {
@@ -55,7 +56,7 @@ const std::vector<SliceText> &sliceTexts()
     {"xray.usercaches", QStringLiteral("Working files apps rebuild automatically — browsers, Spotify, Xcode, everything."),
      QStringLiteral("Every app keeps a cache folder in ~/Library/Caches to avoid re-downloading or re-computing things. macOS counts all of it as System Data and never shows you which app is hoarding. Clearing is safe: apps rebuild what they actually need, though the first launch afterwards can be slower.")},
     {"xray.syscaches", QStringLiteral("Caches shared by all users of this Mac (/Library/Caches)."),
-     QStringLiteral("Like app caches, but machine-wide. Some entries are owned by the system and will refuse deletion — Tessoly clears what it's allowed to and skips the rest. Safe: anything cleared is rebuilt on demand.")},
+     QStringLiteral("Like app caches, but machine-wide, and kept by the system's own services: the package manager's downloads, font and manual page indexes, and databases that only look like caches. Tessoly never removes files here itself; the system's tools clear what they own (for example \"sudo apt-get clean\" for the package cache).")},
     {"xray.logs", QStringLiteral("App logs and crash reports that pile up forever."),
      QStringLiteral("Apps and macOS write logs and crash reports continuously and never clean them up. Unless you're actively debugging a problem, they're dead weight. Clearing them loses nothing user-visible.")},
     {"xray.iosbackups", QStringLiteral("Full device backups from every iPhone/iPad ever synced to this Mac."),
@@ -178,22 +179,21 @@ XRayMeasurements SystemDataXRay::measure(const fs::path &home)
         }
     }
     std::vector<fs::path> roots = places;
-    std::vector<std::string> skipped;
+    std::unordered_set<std::string> skipped;
     std::vector<bool> walkedApart(places.size(), false);
     for (std::size_t i = 0; i < places.size(); ++i) {
         struct stat st{};
         // A file inside (a disk image) costs nothing to count twice; only folders are kept apart.
         if (outerOf[i] < places.size() && ::lstat(places[i].c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-            skipped.push_back(places[i].lexically_normal().native());
-            roots[i] = fs::path(skipped.back() + "/");
+            const std::string folder = places[i].lexically_normal().native();
+            skipped.insert(folder);
+            roots[i] = fs::path(folder + "/");
             walkedApart[i] = true;
         }
     }
     platform::WalkOptions options;
     if (!skipped.empty())
-        options.skipDescendants = [&skipped](const std::string &folder) {
-            return std::find(skipped.begin(), skipped.end(), folder) != skipped.end();
-        };
+        options.skipDescendants = [&skipped](const std::string &folder) { return skipped.contains(folder); };
     const std::vector<platform::WalkTotals> totals = platform::walkTrees(roots, options);
     XRayMeasurements measured;
     for (std::size_t i = 0; i < places.size(); ++i) {
@@ -223,10 +223,14 @@ std::vector<XRaySlice> SystemDataXRay::buildSlices(const XRayMeasurements &measu
         const char *badge;
     };
     const Row rows[] = {
-        {"xray.usercaches", "App caches", "archivebox", "accent", bytesOf("xray.usercaches"), Action::Clean, "Safe to clear"},
-        {"xray.syscaches", "System-wide caches", "archivebox.fill", "indigo", bytesOf("xray.syscaches"), Action::Clean, "Safe to clear"},
-        {"xray.logs", "Logs & diagnostic reports", "doc.text.below.ecg", "teal",
-         bytesOf("xray.userlogs") + bytesOf("xray.diagreports"), Action::Clean, "Safe to clear"},
+        // App caches less the logs inside them, which the logs slice counts and clears.
+        {"xray.usercaches", "App caches", "archivebox", "accent", outerBytes("xray.usercaches"), Action::Clean, "Safe to clear"},
+        // Kept by the system: shown, never emptied by Tessoly.
+        {"xray.syscaches", "System-wide caches", "archivebox.fill", "indigo", bytesOf("xray.syscaches"), Action::Reveal,
+         "Cleared by system tools"},
+        // Only what is cleared is measured: the user's logs, not the system's crash reports.
+        {"xray.logs", "Logs & diagnostic reports", "doc.text.below.ecg", "teal", bytesOf("xray.userlogs"), Action::Clean,
+         "Safe to clear"},
         {"xray.iosbackups", "iPhone & iPad backups", "iphone.gen3", "orange", bytesOf("xray.iosbackups"), Action::Reveal, "Review first"},
         {"xray.purgeable", "Snapshots & purgeable space", "externaldrive.fill.badge.timemachine", "accent", purgeableBytes,
          Action::ThinSnapshots, "Safe to reclaim"},
@@ -263,14 +267,12 @@ std::vector<XRaySlice> SystemDataXRay::buildSlices(const XRayMeasurements &measu
         }
         if (id == u"xray.usercaches")
             slice.targets = {xrayTarget("xray.usercaches", "App caches", "User app caches (~/Library/Caches)", "archivebox", "Library/Caches")};
-        else if (id == u"xray.syscaches")
-            slice.targets = {xrayTarget("xray.syscaches", "System-wide caches", "Shared caches (/Library/Caches)", "archivebox.fill", "/Library/Caches")};
         else if (id == u"xray.logs")
-            slice.targets = {xrayTarget("xray.userlogs", "App logs", "Log files (~/Library/Logs)", "doc.text", "Library/Logs"),
-                             xrayTarget("xray.diagreports", "Diagnostic reports", "Crash reports (~/Library/DiagnosticReports)",
-                                        "waveform.path.ecg", "Library/DiagnosticReports")};
+            slice.targets = {xrayTarget("xray.userlogs", "App logs", "Log files (~/Library/Logs)", "doc.text", "Library/Logs")};
         if (row.action == Action::Reveal) {
-            const char *shown = id == u"xray.docker" ? "Library/Containers/com.docker.docker/Data/vms/0/data" : placeOf(id);
+            const char *shown = id == u"xray.docker" ? "Library/Containers/com.docker.docker/Data/vms/0/data"
+            : id == u"xray.trash"                ? ".Trash"
+                                                 : placeOf(id);
             slice.revealURL = platform::locate(shown, home);
         }
         slices.push_back(std::move(slice));
@@ -387,12 +389,18 @@ QCoro::Task<void> SystemDataXRay::perform(XRaySlice slice)
         const qint64 freed = co_await m_cleanup->clean(slice.targets, std::move(profile), immediately);
         if (!self)
             co_return;
-        QString message = freed <= 0 ? QStringLiteral("Nothing left to clear here.")
-            : immediately              ? QStringLiteral("Reclaimed %1.").arg(formatBytes(freed))
-                                       : QStringLiteral("Moved %1 to the Trash — empty the Trash to finish.").arg(formatBytes(freed));
-        if (const QString logError = m_cleanup->lastCleanReport().logError; !logError.isEmpty())
-            message += QStringLiteral(" The log couldn't record it: %1").arg(logError);
-        setResult(id, message, true);
+        const CleanupService::CleanReport &report = m_cleanup->lastCleanReport();
+        // Nothing went although something was there to go: a failure, in words.
+        const bool failed = freed <= 0 && !report.leftBehind.empty();
+        QString message = failed        ? report.leftBehind.front().reason
+            : freed <= 0                ? QStringLiteral("Nothing left to clear here.")
+            : immediately               ? QStringLiteral("Reclaimed %1.").arg(formatBytes(freed))
+                                        : QStringLiteral("Moved %1 to the Trash — empty the Trash to finish.").arg(formatBytes(freed));
+        if (const QString notice = m_cleanup->lastCleanNotice(); !notice.isEmpty() && !failed)
+            message += u' ' + notice;
+        else if (!report.logError.isEmpty())
+            message += QStringLiteral(" The log couldn't record it: %1").arg(report.logError);
+        setResult(id, message, !failed);
         const qint64 remaining = co_await QtConcurrent::run(&sizeOfTargets, slice.targets, m_home);
         if (!self)
             co_return;

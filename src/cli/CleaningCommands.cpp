@@ -367,8 +367,15 @@ QCoro::Task<int> CommandLine::devClean(Parsed parsed)
     QString actedOn;
     if (parsed.options.contains(QStringLiteral("--delete-node-modules"))) {
         const std::filesystem::path wanted = std::filesystem::absolute(textToPath(parsed.options.value(QStringLiteral("--delete-node-modules"))));
+        // Any spelling that resolves to a found folder names it ("x/node_modules/", a link to the project).
+        std::error_code error;
+        std::filesystem::path real = std::filesystem::weakly_canonical(wanted, error);
+        if (error)
+            real = wanted.lexically_normal();
+        if (!real.has_filename())
+            real = real.parent_path();
         const auto finding = std::find_if(dev.nodeModules().begin(), dev.nodeModules().end(),
-                                          [&](const NodeModulesFinding &f) { return f.url == wanted.lexically_normal(); });
+                                          [&](const NodeModulesFinding &f) { return f.url == real; });
         if (finding == dev.nodeModules().end())
             co_return usageError(QStringLiteral("“%1” isn't one of the node_modules folders found. Run “tessoly devclean” to list them.")
                                      .arg(displayPath(wanted)));
@@ -527,10 +534,12 @@ QCoro::Task<int> CommandLine::duplicates(Parsed parsed)
         if (json)
             printJson(QJsonObject{{QStringLiteral("kept"), pathToText(wanted)},
                                   {QStringLiteral("trashed"), outcome.trashed},
+                                  {QStringLiteral("stayed"), outcome.stayed},
                                   {QStringLiteral("message"), words}});
         else
             m_out << words << "\n";
-        co_return outcome.trashed > 0 && outcome.problem.isEmpty() ? 0 : 1;
+        // Done only when every other copy went and the log holds it.
+        co_return outcome.trashed > 0 && outcome.stayed == 0 && outcome.problem.isEmpty() ? 0 : 1;
     }
 
     if (json) {
@@ -544,9 +553,13 @@ QCoro::Task<int> CommandLine::duplicates(Parsed parsed)
                                       {QStringLiteral("wastedBytes"), group.wastedBytes()},
                                       {QStringLiteral("files"), files}});
         }
-        printJson(QJsonObject{{QStringLiteral("groups"), groups}, {QStringLiteral("totalReclaimable"), finder->totalReclaimable()}});
+        printJson(QJsonObject{{QStringLiteral("groups"), groups},
+                              {QStringLiteral("totalReclaimable"), finder->totalReclaimable()},
+                              {QStringLiteral("refusedFolders"), QJsonArray::fromStringList(finder->refusedFolders())}});
         co_return 0;
     }
+    for (const QString &refusal : finder->refusedFolders())
+        m_out << refusal << "\n";
     const auto count = finder->groups().size();
     m_out << count << (count == 1 ? " duplicate group" : " duplicate groups") << " · "
           << formatBytes(finder->totalReclaimable()) << " reclaimable now\n";

@@ -9,19 +9,9 @@
 #include <map>
 #include <mutex>
 #include <sys/stat.h>
-#include <ctime>
 
 namespace tessoly {
 namespace fs = std::filesystem;
-
-qint64 fileClockNowNs()
-{
-    // File times come from the kernel's coarse clock, which may lag the
-    // precise one by a tick: a file written right after "now" must not look older.
-    struct timespec now{};
-    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
-    return qint64(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
-}
 
 namespace {
 
@@ -47,18 +37,6 @@ std::map<std::string, qint64> regularFiles(const fs::path &root)
     return files;
 }
 
-// Changed or born at or after the moment: not held against the copy.
-bool isNewerThan(const fs::path &file, qint64 momentNs)
-{
-    struct statx st{};
-    if (::statx(AT_FDCWD, file.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BTIME | STATX_MTIME, &st) != 0)
-        return false;
-    const auto ns = [](const statx_timestamp &t) { return qint64(t.tv_sec) * 1'000'000'000 + t.tv_nsec; };
-    if ((st.stx_mask & STATX_BTIME) != 0 && ns(st.stx_btime) >= momentNs)
-        return true;
-    return (st.stx_mask & STATX_MTIME) != 0 && ns(st.stx_mtime) >= momentNs;
-}
-
 bool isDirectory(const fs::path &path)
 {
     struct stat st{};
@@ -73,8 +51,7 @@ bool isRegularFile(const fs::path &path)
 
 } // namespace
 
-VerificationReport verifyCopy(const fs::path &source, const fs::path &destination, qint64 startedAtNs,
-                              MoveFileOperations &operations)
+VerificationReport verifyCopy(const fs::path &source, const fs::path &destination, MoveFileOperations &operations)
 {
     VerificationReport report;
     // A single file has nothing below it to compare.
@@ -95,11 +72,10 @@ VerificationReport verifyCopy(const fs::path &source, const fs::path &destinatio
         if (original->second != size)
             suspects.push_back(relative);
     }
-    // Pass 2: originals the copy lacks, unless they are newer than the copy.
+    // Pass 2: originals the copy lacks, also those born during the copy:
+    // whatever the copy lacks would otherwise go away with the original.
     for (const auto &[relative, size] : originals) {
         if (copied.contains(relative) || operations.fileExists(destination / relative))
-            continue;
-        if (isNewerThan(source / relative, startedAtNs))
             continue;
         suspects.push_back(relative);
     }

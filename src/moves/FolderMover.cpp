@@ -29,10 +29,9 @@ MoveProgress failure(MoveError::Kind kind, QString text = {})
     return progress;
 }
 
-VerificationReport verify(MoveFileOperations *operations, const fs::path &source, const fs::path &destination,
-                          qint64 startedAtNs)
+VerificationReport verify(MoveFileOperations *operations, const fs::path &source, const fs::path &destination)
 {
-    return verifyCopy(source, destination, startedAtNs, *operations);
+    return verifyCopy(source, destination, *operations);
 }
 
 } // namespace
@@ -86,7 +85,6 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     MoveProgress copying = stage(MoveProgress::Stage::Copying);
     copying.totalBytes = needed;
     onProgress(copying);
-    const qint64 startedAtNs = fileClockNowNs();
     const QString copyError = co_await QtConcurrent::run(&MoveFileOperations::copyItem, &m_operations, source, destination);
     if (!copyError.isEmpty()) {
         (void)m_operations.removeItem(destination);
@@ -96,7 +94,7 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
 
     // 6. Verify.
     onProgress(stage(MoveProgress::Stage::Verifying));
-    const VerificationReport report = co_await QtConcurrent::run(verify, &m_operations, source, destination, startedAtNs);
+    const VerificationReport report = co_await QtConcurrent::run(verify, &m_operations, source, destination);
     if (!report.ok) {
         (void)m_operations.removeItem(destination);
         onProgress(failure(MoveError::Kind::VerificationFailed, report.detail()));
@@ -108,6 +106,16 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     if (const QString error = m_operations.moveItem(source, pending); !error.isEmpty()) {
         (void)m_operations.removeItem(destination);
         onProgress(failure(MoveError::Kind::RenameFailed, error));
+        co_return;
+    }
+
+    // 7b. A last pass now that nothing can write under the old path: what
+    // appeared or grew since the check is carried over before the original goes.
+    const VerificationReport last = co_await QtConcurrent::run(verify, &m_operations, pending, destination);
+    if (!last.ok) {
+        (void)m_operations.moveItem(pending, source); // NOLINT(readability-suspicious-call-argument): put back
+        (void)m_operations.removeItem(destination);
+        onProgress(failure(MoveError::Kind::VerificationFailed, last.detail()));
         co_return;
     }
 

@@ -91,14 +91,16 @@ QString writeFileAtomically(const std::filesystem::path &target, const QByteArra
 FileContents readWholeFile(const std::filesystem::path &path)
 {
     FileContents result;
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Opened without blocking and read only when it is a regular file: a pipe
+    // or device in the file's place reads as unreadable instead of hanging.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
         result.missing = errno == ENOENT;
         return result;
     }
     struct stat st{};
-    if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
-        result.folder = true;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        result.folder = S_ISDIR(st.st_mode);
         ::close(fd);
         return result;
     }

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <filesystem>
+#include <functional>
 
 namespace tessoly::platform {
 
@@ -16,7 +17,12 @@ struct TrashOutcome {
 class Trash {
 public:
     virtual ~Trash() = default;
-    [[nodiscard]] virtual TrashOutcome trashItem(const std::filesystem::path &item) = 0;
+    // Called with the place the item will have in the Trash once the Trash's
+    // record of it exists, just before the item moves there: a journal noted
+    // then can find the item again after a crash at any moment.
+    using BeforeMove = std::function<void(const std::filesystem::path &)>;
+    [[nodiscard]] TrashOutcome trashItem(const std::filesystem::path &item) { return trashItem(item, {}); }
+    [[nodiscard]] virtual TrashOutcome trashItem(const std::filesystem::path &item, const BeforeMove &beforeMove) = 0;
     // Called after an item was moved back out of the Trash by its path:
     // drops the Trash's own record of it.
     virtual void forgetTrashedItem(const std::filesystem::path &trashedPath) = 0;

@@ -86,10 +86,10 @@ TEST(NodeModulesSearch, RootsAreTheProjectFoldersThatExistWithDocumentsFromUserD
 {
     TempHome home;
     const fs::path &h = home.path();
-    EXPECT_TRUE(NodeModulesSearch::roots(h).empty());
+    EXPECT_TRUE(NodeModulesSearch::roots(h).folders.empty());
     fs::create_directories(h / "Dokumente");
     fs::create_directories(h / "code");
     writeFile(h / "work", "a file, not a folder");
     writeFile(h / ".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n");
-    EXPECT_EQ(NodeModulesSearch::roots(h), (std::vector<fs::path>{h / "Dokumente", h / "code"}));
+    EXPECT_EQ(NodeModulesSearch::roots(h).folders, (std::vector<fs::path>{h / "Dokumente", h / "code"}));
 }

@@ -328,8 +328,8 @@ TEST_F(Mover, ASingleFileMovesUnverified)
     const fs::path file = home.path() / "Projects/movie.mov";
     writeFile(file, randomBytes(50000));
     const std::string content = readFile(file);
-    EXPECT_EQ(verifyCopy(file, root / "anything", fileClockNowNs(), operations).checkedFiles, 0);
-    EXPECT_TRUE(verifyCopy(file, root / "anything", fileClockNowNs(), operations).ok);
+    EXPECT_EQ(verifyCopy(file, root / "anything", operations).checkedFiles, 0);
+    EXPECT_TRUE(verifyCopy(file, root / "anything", operations).ok);
     const MoveProgress &done = run(false, file);
     ASSERT_EQ(done.stage, Stage::Done);
     EXPECT_EQ(readFile(root / "movie.mov"), content);
@@ -338,39 +338,29 @@ TEST_F(Mover, ASingleFileMovesUnverified)
     EXPECT_EQ(history->entries().at(0).summary, "Moved movie.mov to Tessoly Storage");
 }
 
-TEST_F(Mover, VerificationRepairsWhatChangedAndIgnoresWhatIsNew)
+TEST_F(Mover, VerificationRepairsWhatChangedAndCarriesOverWhatIsNew)
 {
     // Direct: after a real copy, one copied file cut short, one source file
     // grown, one added, one deleted.
-    const qint64 startedAt = fileClockNowNs();
     ASSERT_EQ(operations.realCopy(source, destination), QString());
     ::truncate((destination / "a/b/c/deep.bin").c_str(), 10);
     writeFile(source / "a/notes.md", "# notes\nand a line written during the copy\n");
     writeFile(source / "a/new-during-copy.txt", "born late");
     fs::remove(source / "top.txt");
-    VerificationReport report = verifyCopy(source, destination, startedAt, operations);
+    VerificationReport report = verifyCopy(source, destination, operations);
     EXPECT_TRUE(report.ok) << report.detail().toStdString();
-    EXPECT_EQ(report.repairedFiles, 2);
+    EXPECT_EQ(report.repairedFiles, 3);
     // Every regular file of the copy with a regular counterpart: not top.txt (gone), not the links.
     EXPECT_EQ(report.checkedFiles, 9);
     EXPECT_EQ(readFile(destination / "a/b/c/deep.bin"), readFile(source / "a/b/c/deep.bin"));
     EXPECT_EQ(readFile(destination / "a/notes.md"), readFile(source / "a/notes.md"));
-    EXPECT_FALSE(fs::exists(destination / "a/new-during-copy.txt"));
+    EXPECT_EQ(readFile(destination / "a/new-during-copy.txt"), "born late");
     EXPECT_TRUE(fs::exists(destination / "top.txt"));
 
-    // An old file missing from the copy is copied again, and so is the one
-    // added before this (later) start.
-    fs::remove(destination / "a/notes.md");
-    setModified(source / "a/notes.md", 1'600'000'000);
-    report = verifyCopy(source, destination, fileClockNowNs(), operations);
-    EXPECT_TRUE(report.ok);
-    EXPECT_EQ(report.repairedFiles, 2);
-    EXPECT_TRUE(fs::exists(destination / "a/new-during-copy.txt"));
-    EXPECT_EQ(readFile(destination / "a/notes.md"), readFile(source / "a/notes.md"));
     // A missing one that can't be copied again is named.
     fs::remove(destination / "a/notes.md");
     operations.onCopy = [](const fs::path &, const fs::path &) { return QStringLiteral("no"); };
-    report = verifyCopy(source, destination, fileClockNowNs(), operations);
+    report = verifyCopy(source, destination, operations);
     EXPECT_FALSE(report.ok);
     EXPECT_EQ(report.mismatches, QStringList{"a/notes.md"});
     EXPECT_EQ(report.detail(), QString("1 of %1 files couldn't be copied: notes.md").arg(report.checkedFiles));
@@ -391,10 +381,10 @@ TEST_F(Mover, FilesThatGrowAppearOrVanishDuringTheCopyDontFailTheMove)
     const std::string grown = readFile(source / "a/b/c/deep.bin") + "appended while copying";
     const MoveProgress &done = run();
     ASSERT_EQ(done.stage, Stage::Done) << done.text().toStdString();
-    EXPECT_EQ(copies.load(), 2); // the tree, then the grown file again
+    EXPECT_EQ(copies.load(), 3); // the tree, then the grown file and the new one
     EXPECT_EQ(readFile(destination / "a/b/c/deep.bin"), grown);
-    EXPECT_FALSE(fs::exists(destination / "a/added-while-copying.txt")); // went away with the original
-    EXPECT_EQ(readFile(*history->entries().at(0).items.at(0).trashedPath / "a/added-while-copying.txt"), "new");
+    EXPECT_EQ(readFile(destination / "a/added-while-copying.txt"), "new"); // carried over, not lost
+    EXPECT_EQ(readFile(source / "a/added-while-copying.txt"), "new");     // through the link
     EXPECT_EQ(readFile(destination / "a/notes.md"), "# notes\n"); // deleted from the source, kept in the copy
 }
 

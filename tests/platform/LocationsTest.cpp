@@ -19,7 +19,15 @@ TEST(Locations, FollowTheXdgVariablesAndUserDirectories)
     // The X-Ray's and the app data's places.
     EXPECT_EQ(platform::locate("/Library/Caches", h), fs::path("/var/cache"));
     EXPECT_EQ(platform::locate("Library/Caches", h), h / ".cache");
-    EXPECT_EQ(platform::locate("Library/Logs", h), h / ".local/state");
+    // Logs are what really is a log, never the whole state folder (history, keys).
+    for (const char *file : {".local/state/zsh/history", ".local/state/syncthing/key.pem", ".local/state/app/logs/a.txt",
+                             ".local/state/nvim/log", ".local/state/x/y/run.log.2.gz", ".cache/b/debug.log", ".cache/b/catalog",
+                             ".xsession-errors.old", "notes.log"})
+        writeFile(h / file, "x");
+    EXPECT_EQ(platform::locateAll("Library/Logs", h),
+              (std::vector<fs::path>{h / ".cache/b/debug.log", h / ".local/state/app/logs", h / ".local/state/nvim/log",
+                                     h / ".local/state/x/y/run.log.2.gz",
+                                     h / ".xsession-errors.old"}));
     EXPECT_EQ(platform::locate(".Trash", h), h / ".local/share/Trash");
     EXPECT_EQ(platform::locate("Library/Containers", h), h / ".var/app");
     EXPECT_EQ(platform::locate("Library/Preferences", h), h / ".config");

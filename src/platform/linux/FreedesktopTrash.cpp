@@ -177,7 +177,7 @@ FreedesktopTrash::Location FreedesktopTrash::locate(const fs::path &item, dev_t 
     return {{}, {}, QStringLiteral("no Trash can be written on the volume at %1").arg(displayPath(top))};
 }
 
-TrashOutcome FreedesktopTrash::trashItem(const fs::path &given)
+TrashOutcome FreedesktopTrash::trashItem(const fs::path &given, const BeforeMove &beforeMove)
 {
     if (given.empty() || !given.has_filename())
         return {{}, failure(given, QStringLiteral("it has no name"))};
@@ -228,6 +228,8 @@ TrashOutcome FreedesktopTrash::trashItem(const fs::path &given)
             ::unlink(infoPath.c_str());
             return {{}, failure(given, errorText(written ? errno : writeError))};
         }
+        if (beforeMove)
+            beforeMove(target);
         if (::rename(item.c_str(), target.c_str()) != 0) {
             const int error = errno;
             ::unlink(infoPath.c_str());

@@ -17,7 +17,8 @@ public:
     // homeTrash: $XDG_DATA_HOME/Trash. uid: the user the trash folders belong to.
     FreedesktopTrash(std::filesystem::path homeTrash, uid_t uid);
 
-    [[nodiscard]] TrashOutcome trashItem(const std::filesystem::path &given) override;
+    using Trash::trashItem;
+    [[nodiscard]] TrashOutcome trashItem(const std::filesystem::path &given, const BeforeMove &beforeMove) override;
     void forgetTrashedItem(const std::filesystem::path &trashedPath) override;
     [[nodiscard]] QString checkRestorable(const std::filesystem::path &trashedPath,
                                           const std::filesystem::path &originalPath) const override;

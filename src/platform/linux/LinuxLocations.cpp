@@ -1,7 +1,12 @@
 #include "platform/linux/LinuxLocations.h"
 
+#include "platform/FileWalker.h"
+
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdlib>
+#include <mutex>
 #include <fstream>
 #include <optional>
 #include <pwd.h>
@@ -26,8 +31,10 @@ fs::path xdgOr(const char *variable, const fs::path &fallback)
 }
 
 // The base folders the table's rows hang from. Root is an absolute path;
-// SwapFiles stands for the swap files the kernel uses now.
-enum class Base { Home, Cache, Data, Config, State, Root, UserDir, SwapFiles };
+// SwapFiles stands for the swap files the kernel uses now, Logs for the log
+// files and folders apps keep, Trashes for the Trash folders of the user on
+// every mounted file system.
+enum class Base { Home, Cache, Data, Config, State, Root, UserDir, SwapFiles, Logs, Trashes };
 
 struct Place {
     Base base;
@@ -56,10 +63,15 @@ constexpr Row kTable[] = {
     // The System Data X-Ray, and the data folders apps keep (their storage per app).
     {"Library/Caches", {{{Base::Cache, ""}, {Base::Home, nullptr}}}},
     {"/Library/Caches", {{{Base::Root, "/var/cache"}, {Base::Home, nullptr}}}},
-    {"Library/Logs", {{{Base::State, ""}, {Base::Home, nullptr}}}},
+    // Never a whole folder: .local/state also holds shell history, undo files and keys.
+    {"Library/Logs", {{{Base::Logs, ""}, {Base::Home, nullptr}}}},
+    // Per app (measured, never cleaned): the folders apps keep their state and logs in.
+    {"Library/Logs/<app>", {{{Base::State, ""}, {Base::Home, nullptr}}}},
     {"Library/DiagnosticReports", {{{Base::Root, "/var/crash"}, {Base::Root, "/var/lib/systemd/coredump"}}}},
     {"/private/var/vm", {{{Base::SwapFiles, ""}, {Base::Home, nullptr}}}},
     {".Trash", {{{Base::Data, "Trash"}, {Base::Home, nullptr}}}},
+    // The home Trash, and the user's Trash folders on other file systems.
+    {".Trash (all)", {{{Base::Trashes, ""}, {Base::Home, nullptr}}}},
     {"Library/Containers/com.docker.docker/Data/vms/0/data/Docker.raw",
      {{{Base::Home, ".docker/desktop/vms/0/data/Docker.raw"}, {Base::Root, "/var/lib/docker"}}}},
     {"Library/Containers/com.docker.docker/Data/vms/0/data",
@@ -75,6 +87,8 @@ constexpr Row kTable[] = {
     {"Movies", {{{Base::UserDir, "XDG_VIDEOS_DIR"}, {Base::Home, nullptr}}}},
     {"Music", {{{Base::UserDir, "XDG_MUSIC_DIR"}, {Base::Home, nullptr}}}},
     {"Pictures", {{{Base::UserDir, "XDG_PICTURES_DIR"}, {Base::Home, nullptr}}}},
+    {"Templates", {{{Base::UserDir, "XDG_TEMPLATES_DIR"}, {Base::Home, nullptr}}}},
+    {"Public", {{{Base::UserDir, "XDG_PUBLICSHARE_DIR"}, {Base::Home, nullptr}}}},
 };
 
 fs::path configHomeOf(const fs::path &home)
@@ -139,6 +153,116 @@ std::vector<fs::path> swapFiles()
     return files;
 }
 
+bool isLogFolderName(std::string_view name)
+{
+    std::string lower(name);
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
+    return lower == "log" || lower == "logs";
+}
+
+// "log", "x.log", "x.log.1", "x.log.gz", "x.log.2.gz", "x.log.old".
+bool isLogFileName(std::string_view name)
+{
+    if (name == "log")
+        return true;
+    const std::size_t at = name.rfind(".log");
+    if (at == std::string_view::npos || at == 0)
+        return false;
+    std::string_view rest = name.substr(at + 4);
+    if (rest.empty() || rest == ".gz" || rest == ".old")
+        return true;
+    if (rest.front() != '.')
+        return false;
+    rest.remove_prefix(1);
+    if (rest.ends_with(".gz"))
+        rest.remove_suffix(3);
+    return !rest.empty() && std::all_of(rest.begin(), rest.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// What really is a log: folders named log or logs and log files in the
+// state and cache folders (a few levels down, where apps keep them), and
+// the X session's error files in the home. Never one of the folders themselves.
+std::vector<fs::path> logPlaces(const fs::path &home, const fs::path &state, const fs::path &cache)
+{
+    std::vector<fs::path> found;
+    std::mutex lock;
+    std::vector<fs::path> roots;
+    for (const fs::path &root : {state, cache})
+        if (std::find(roots.begin(), roots.end(), root) == roots.end() && root != home)
+            roots.push_back(root);
+    std::vector<std::string> rootNames;
+    for (const fs::path &root : roots)
+        rootNames.push_back(root.native());
+    WalkOptions options;
+    options.maxDepth = 3;
+    options.skipDescendants = [&](const std::string &folder) {
+        const auto slash = folder.rfind('/');
+        if (std::find(rootNames.begin(), rootNames.end(), folder) != rootNames.end()
+            || !isLogFolderName(std::string_view(folder).substr(slash + 1)))
+            return false;
+        const std::lock_guard guard(lock);
+        found.emplace_back(folder);
+        return true;
+    };
+    options.onFile = [&](const WalkedFile &file) {
+        if (!isLogFileName(file.name))
+            return;
+        const std::lock_guard guard(lock);
+        found.push_back(fs::path(file.folder) / std::string(file.name));
+    };
+    (void)walkTrees(roots, options);
+    std::error_code error;
+    for (const fs::directory_entry &entry : fs::directory_iterator(home, error))
+        if (entry.path().filename().native().starts_with(".xsession-errors") && entry.is_regular_file(error))
+            found.push_back(entry.path());
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+// The mount points of the file systems mounted now (the kernel writes a
+// blank as \040 and so on).
+std::vector<fs::path> mountPoints()
+{
+    std::vector<fs::path> points;
+    std::ifstream table("/proc/self/mountinfo");
+    std::string line;
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        std::string id, parent, device, root, point;
+        if (!(fields >> id >> parent >> device >> root >> point))
+            continue;
+        std::string decoded;
+        for (std::size_t i = 0; i < point.size(); ++i) {
+            const auto octal = [&](std::size_t at) { return point[at] >= '0' && point[at] <= '7' ? point[at] - '0' : -1; };
+            if (point[i] == '\\' && i + 3 < point.size() && octal(i + 1) >= 0 && octal(i + 2) >= 0 && octal(i + 3) >= 0) {
+                decoded.push_back(char(octal(i + 1) * 64 + octal(i + 2) * 8 + octal(i + 3)));
+                i += 3;
+            } else {
+                decoded.push_back(point[i]);
+            }
+        }
+        points.emplace_back(decoded);
+    }
+    return points;
+}
+
+// The home Trash first, then the user's Trash folders at the top of other
+// file systems (where items of those file systems go).
+std::vector<fs::path> trashes(const fs::path &homeTrash)
+{
+    std::vector<fs::path> found{homeTrash};
+    const std::string uid = std::to_string(::getuid());
+    for (const fs::path &top : mountPoints()) {
+        for (const fs::path &trash : {top / (".Trash-" + uid), top / ".Trash" / uid}) {
+            struct stat st{};
+            if (::lstat(trash.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && st.st_uid == ::getuid()
+                && std::find(found.begin(), found.end(), trash) == found.end())
+                found.push_back(trash);
+        }
+    }
+    return found;
+}
+
 fs::path placeOf(const Place &place, std::string_view name, const fs::path &home)
 {
     switch (place.base) {
@@ -149,7 +273,9 @@ fs::path placeOf(const Place &place, std::string_view name, const fs::path &home
     case Base::State: return under(xdgOr("XDG_STATE_HOME", home / ".local/state"), place.path);
     case Base::Root: return place.path;
     case Base::UserDir: return userDir(place.path, home).value_or(home / std::string(name));
-    case Base::SwapFiles: break;
+    case Base::SwapFiles:
+    case Base::Logs:
+    case Base::Trashes: break;
     }
     return home / std::string(name);
 }
@@ -203,6 +329,10 @@ std::vector<fs::path> locateAll(std::string_view name, const fs::path &home)
             continue;
         if (row.places[0].base == Base::SwapFiles)
             return swapFiles();
+        if (row.places[0].base == Base::Logs)
+            return logPlaces(home, xdgOr("XDG_STATE_HOME", home / ".local/state"), cacheHome(home));
+        if (row.places[0].base == Base::Trashes)
+            return trashes(xdgOr("XDG_DATA_HOME", home / ".local/share") / "Trash");
         std::vector<fs::path> places;
         for (const Place &place : row.places)
             if (place.path != nullptr)
