@@ -70,7 +70,7 @@ QCoro::Task<void> AutoCleanupScheduler::runCleanup()
     if (!self)
         co_return;
     const bool immediately =
-        m_platform.defaults->boolValue(QString::fromLatin1(SettingsStore::kDeleteImmediatelyKey)).value_or(false);
+        SettingsStore::deleteImmediately(*m_platform.defaults);
     QString name = displayName(*profile);
     const qint64 freed = co_await m_cleanup->clean(targets(*profile), std::move(name), immediately);
     if (!self)

@@ -228,7 +228,7 @@ QCoro::Task<void> DevDeepClean::deleteNodeModules(NodeModulesFinding finding)
     if (!beginWork(id))
         co_return;
     const bool immediately =
-        m_defaults.boolValue(QString::fromLatin1(SettingsStore::kDeleteImmediatelyKey)).value_or(false);
+        SettingsStore::deleteImmediately(m_defaults);
     QPointer<DevDeepClean> self(this);
     // Judged as if deleting outright, whatever the setting.
     if (const QString refusal = NodeModulesSearch::refusalToRemove(finding.url, m_home); !refusal.isEmpty()) {

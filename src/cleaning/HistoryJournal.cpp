@@ -73,20 +73,30 @@ std::optional<CleanupHistoryEntry> entryOf(const QByteArray &journal, platform::
             header = entry;
         else if (text[0] == 'I' && entry.items.size() == 1)
             noted.push_back(entry.items.front());
-        else if (text[0] == 'D' && entry.items.size() == 1)
-            went.push_back(entry.items.front());
+        else if (text[0] == 'D' && entry.items.size() == 1) {
+            // A later note of the same item replaces the earlier one.
+            const CleanupHistoryEntry::Item &item = entry.items.front();
+            std::erase_if(went, [&](const CleanupHistoryEntry::Item &seen) { return seen.originalPath == item.originalPath; });
+            went.push_back(item);
+        }
     }
     if (!header)
         return std::nullopt;
     for (CleanupHistoryEntry::Item &item : noted) {
-        const bool recorded = std::any_of(went.begin(), went.end(), [&](const CleanupHistoryEntry::Item &done) {
+        if (!item.trashedPath)
+            continue;
+        const auto known = std::find_if(went.begin(), went.end(), [&](const CleanupHistoryEntry::Item &done) {
             return done.originalPath == item.originalPath;
         });
-        if (recorded || !item.trashedPath)
-            continue;
+        if (known != went.end() && known->trashedPath)
+            continue; // its own note says where it went
         struct stat st{};
         if (::lstat(item.trashedPath->c_str(), &st) != 0) {
             trash.forgetTrashedItem(*item.trashedPath); // its record was made, the move never happened
+            continue;
+        }
+        if (known != went.end()) { // noted as gone, the kill came before its place was
+            known->trashedPath = item.trashedPath;
             continue;
         }
         item.bytes = platform::walkTree(*item.trashedPath).allocatedBytes;

@@ -384,7 +384,7 @@ QCoro::Task<void> SystemDataXRay::perform(XRaySlice slice)
     switch (slice.action) {
     case XRaySlice::Action::Clean: {
         const bool immediately =
-            m_platform.defaults->boolValue(QString::fromLatin1(SettingsStore::kDeleteImmediatelyKey)).value_or(false);
+            SettingsStore::deleteImmediately(*m_platform.defaults);
         QString profile = QStringLiteral("System Data X-Ray");
         const qint64 freed = co_await m_cleanup->clean(slice.targets, std::move(profile), immediately);
         if (!self)

@@ -170,6 +170,11 @@ void SettingsStore::setNotifyOnScanComplete(bool value) { update(m_notifyOnScanC
 void SettingsStore::setDefaultExternalDriveName(const QString &value) { update(m_defaultExternalDriveName, value, kDefaultExternalDriveName, &SettingsStore::defaultExternalDriveNameChanged); }
 void SettingsStore::setExternalDriveMinFreeGB(int value) { update(m_externalDriveMinFreeGB, value, kExternalDriveMinFreeGB, &SettingsStore::externalDriveMinFreeGBChanged); }
 void SettingsStore::setWarnOnSlowExternalDrive(bool value) { update(m_warnOnSlowExternalDrive, value, kWarnOnSlowExternalDrive, &SettingsStore::warnOnSlowExternalDriveChanged); }
+bool SettingsStore::deleteImmediately(const platform::DefaultsStore &defaults)
+{
+    return defaults.boolValue(QString::fromLatin1(kDeleteImmediatelyKey)).value_or(false);
+}
+
 void SettingsStore::setDeleteImmediately(bool value) { update(m_deleteImmediately, value, kDeleteImmediatelyKey, &SettingsStore::deleteImmediatelyChanged); }
 void SettingsStore::setInterfaceMode(const QString &value) { update(m_interfaceMode, value, kInterfaceMode, &SettingsStore::interfaceModeChanged); }
 void SettingsStore::setAutopilotEnabled(bool value) { update(m_autopilotEnabled, value, kAutopilotEnabled, &SettingsStore::autopilotEnabledChanged); }

@@ -57,6 +57,10 @@ public:
     [[nodiscard]] int externalDriveMinFreeGB() const { return m_externalDriveMinFreeGB; }
     [[nodiscard]] bool warnOnSlowExternalDrive() const { return m_warnOnSlowExternalDrive; }
     [[nodiscard]] bool deleteImmediately() const { return m_deleteImmediately; }
+    // The setting as the shared file holds it now, for the services that
+    // remove files: read at the moment of each removal, whichever process
+    // changed it last.
+    [[nodiscard]] static bool deleteImmediately(const platform::DefaultsStore &defaults);
     [[nodiscard]] QString interfaceMode() const { return m_interfaceMode; }
     [[nodiscard]] bool autopilotEnabled() const { return m_autopilotEnabled; }
     [[nodiscard]] int autopilotMinFreeGB() const { return m_autopilotMinFreeGB; }

@@ -1,6 +1,7 @@
 #include "moves/FolderMover.h"
 
 #include "cleaning/CleanupHistoryStore.h"
+#include "cleaning/HistoryJournal.h"
 #include "platform/PathText.h"
 #include "moves/CopyVerifier.h"
 #include "moves/MoveFileOperations.h"
@@ -129,15 +130,27 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     }
 
     // 9. Dispose of the original; the move has succeeded whatever happens here.
+    // From here on the move is noted in a journal, so that a kill still
+    // leaves its entry (and the original's place in the Trash) in the log.
     onProgress(stage(MoveProgress::Stage::Finalizing));
+    CleanupHistoryEntry::Item item;
+    item.originalPath = source;
+    item.externalPath = destination;
+    item.bytes = needed;
+    CleanupHistoryEntry entry = CleanupHistoryEntry::make(
+        CleanupHistoryEntry::Kind::MoveToExternal,
+        QStringLiteral("Moved %1 to %2").arg(pathToText(source.filename()), pathToText(destinationRoot.filename())),
+        needed, {});
+    const std::unique_ptr<HistoryJournal> journal = m_history.beginJournal(entry);
+    journal->went(item);
     bool disposedToTrash = false;
-    std::optional<fs::path> trashedPath;
     const auto toTrash = [&] {
-        const platform::TrashOutcome outcome = m_operations.trashItem(pending);
+        const platform::TrashOutcome outcome =
+            m_operations.trashItem(pending, [&](const fs::path &to) { journal->aboutToTrash(source, to); });
         if (outcome.ok()) {
             disposedToTrash = true;
             if (!outcome.trashedPath.empty())
-                trashedPath = outcome.trashedPath;
+                item.trashedPath = outcome.trashedPath;
         }
         return outcome.ok();
     };
@@ -147,17 +160,14 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     } else if (!m_operations.removeItem(pending).isEmpty()) {
         (void)toTrash();
     }
+    if (!item.trashedPath)
+        journal->went(item); // not in the Trash after all
 
     // 10. Log.
-    CleanupHistoryEntry::Item item;
-    item.originalPath = source;
-    item.trashedPath = trashedPath;
-    item.externalPath = destination;
-    item.bytes = needed;
-    const QString logError = m_history.append(CleanupHistoryEntry::make(
-        CleanupHistoryEntry::Kind::MoveToExternal,
-        QStringLiteral("Moved %1 to %2").arg(pathToText(source.filename()), pathToText(destinationRoot.filename())),
-        needed, {item}));
+    entry.items = {item};
+    const QString logError = m_history.append(std::move(entry));
+    if (logError.isEmpty())
+        journal->finish();
 
     // 11. Done.
     MoveProgress done = stage(MoveProgress::Stage::Done);

@@ -132,7 +132,7 @@ QCoro::Task<void> MoveController::startMove()
 
     m_activeScope = std::move(scope);
     const bool deleteImmediately =
-        m_defaults.boolValue(QString::fromLatin1(SettingsStore::kDeleteImmediatelyKey)).value_or(false);
+        SettingsStore::deleteImmediately(m_defaults);
     // Named, not a temporary of the co_await expression: g++ 12 destroys such
     // temporaries twice, which here corrupted the guard's reference count.
     FolderMover::ProgressHandler onProgress = [self](const MoveProgress &progress) {

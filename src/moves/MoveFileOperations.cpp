@@ -52,9 +52,9 @@ QString MoveFileOperations::removeItem(const fs::path &path)
     return {};
 }
 
-platform::TrashOutcome MoveFileOperations::trashItem(const fs::path &path)
+platform::TrashOutcome MoveFileOperations::trashItem(const fs::path &path, const platform::Trash::BeforeMove &beforeMove)
 {
-    return m_trash.trashItem(path);
+    return m_trash.trashItem(path, beforeMove);
 }
 
 QString MoveFileOperations::createSymbolicLink(const fs::path &at, const fs::path &target)

@@ -29,7 +29,8 @@ public:
     // A rename that never replaces what is at target.
     [[nodiscard]] virtual QString moveItem(const std::filesystem::path &source, const std::filesystem::path &target);
     [[nodiscard]] virtual QString removeItem(const std::filesystem::path &path);
-    [[nodiscard]] virtual platform::TrashOutcome trashItem(const std::filesystem::path &path);
+    [[nodiscard]] virtual platform::TrashOutcome trashItem(const std::filesystem::path &path,
+                                                           const platform::Trash::BeforeMove &beforeMove);
     [[nodiscard]] virtual QString createSymbolicLink(const std::filesystem::path &at, const std::filesystem::path &target);
     [[nodiscard]] virtual QString createDirectories(const std::filesystem::path &folder);
     // Free bytes of the volume holding path; nothing when it can't be read.

@@ -174,8 +174,8 @@ QCoro::Task<std::optional<BringBackError>> SymlinkInventory::bringBack(SymlinkRe
     // stands there may be the person's own: it goes to the Trash, not away.
     const fs::path staging = original.parent_path() / (original.filename().native() + ".tessoly-restore");
     if (m_operations.fileExists(staging)) {
-        if (const platform::TrashOutcome first = m_operations.trashItem(staging); !first.ok()) {
-            (void)m_operations.trashItem(staging);
+        if (const platform::TrashOutcome first = m_operations.trashItem(staging, {}); !first.ok()) {
+            (void)m_operations.trashItem(staging, {});
             if (m_operations.fileExists(staging))
                 co_return bringBackError(BringBackError::Kind::CopyFailed, first.error);
         }
@@ -200,7 +200,7 @@ QCoro::Task<std::optional<BringBackError>> SymlinkInventory::bringBack(SymlinkRe
         co_return bringBackError(BringBackError::Kind::CopyFailed, error);
     }
     // 10. The external copy goes to the Trash as a safety net.
-    (void)m_operations.trashItem(external);
+    (void)m_operations.trashItem(external, {});
     refresh();
     co_return std::nullopt;
 }

@@ -138,7 +138,7 @@ void SmartScanService::setToast(const QString &title, bool success)
 bool SmartScanService::deleteImmediately() const
 {
     // Read at the moment of applying, from the shared defaults.
-    return m_platform.defaults->boolValue(QString::fromLatin1(SettingsStore::kDeleteImmediatelyKey)).value_or(false);
+    return SettingsStore::deleteImmediately(*m_platform.defaults);
 }
 
 // ---- The scan ----

@@ -265,12 +265,12 @@ QString HookedOperations::removeItem(const fs::path &path)
     return onRemove ? onRemove(path) : realRemove(path);
 }
 
-platform::TrashOutcome HookedOperations::trashItem(const fs::path &path)
+platform::TrashOutcome HookedOperations::trashItem(const fs::path &path, const platform::Trash::BeforeMove &beforeMove)
 {
     if (onTrash)
         if (std::optional<platform::TrashOutcome> outcome = onTrash(path))
             return *outcome;
-    return realTrash(path);
+    return realTrash(path, beforeMove);
 }
 
 QString HookedOperations::createSymbolicLink(const fs::path &at, const fs::path &target)

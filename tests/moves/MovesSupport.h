@@ -123,7 +123,7 @@ public:
     QString copyItem(const std::filesystem::path &source, const std::filesystem::path &target) override;
     QString moveItem(const std::filesystem::path &source, const std::filesystem::path &target) override;
     QString removeItem(const std::filesystem::path &path) override;
-    platform::TrashOutcome trashItem(const std::filesystem::path &path) override;
+    platform::TrashOutcome trashItem(const std::filesystem::path &path, const platform::Trash::BeforeMove &beforeMove) override;
     QString createSymbolicLink(const std::filesystem::path &at, const std::filesystem::path &target) override;
     std::optional<qint64> freeSpace(const std::filesystem::path &path) const override;
     qint64 allocatedSize(const std::filesystem::path &path) const override;
@@ -134,7 +134,10 @@ public:
         return MoveFileOperations::copyItem(source, target);
     }
     QString realRemove(const std::filesystem::path &path) { return MoveFileOperations::removeItem(path); }
-    platform::TrashOutcome realTrash(const std::filesystem::path &path) { return MoveFileOperations::trashItem(path); }
+    platform::TrashOutcome realTrash(const std::filesystem::path &path, const platform::Trash::BeforeMove &beforeMove = {})
+    {
+        return MoveFileOperations::trashItem(path, beforeMove);
+    }
 };
 
 // Whether a name is the hidden staging name of an original during a move.
