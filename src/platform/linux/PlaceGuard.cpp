@@ -122,12 +122,14 @@ GuardedPlace guardSearchRoot(const fs::path &root, const QString &name, const fs
     struct stat st{};
     if (::stat(real->c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
         return {};
+    if (*real == "/")
+        return refused(QStringLiteral("%1 is the whole system, so it wasn't searched.").arg(named));
     if (sameOrInside(ownHome, *real))
         return refused(QStringLiteral("%1 is your home folder or holds it, so it wasn't searched.").arg(named));
     if (liesInside(*real, ownHome))
         return GuardedPlace{*real, {}};
     // Elsewhere (a data disk), only a folder of the user's own.
-    if (*real == "/" || isSystemPlace(*real))
+    if (isSystemPlace(*real))
         return refused(QStringLiteral("%1 is a system folder, so it wasn't searched.").arg(named));
     if (st.st_uid != ::getuid() || insideAnotherUsersHome(*real, ownHome))
         return refused(QStringLiteral("%1 belongs to another user, so it wasn't searched.").arg(named));
