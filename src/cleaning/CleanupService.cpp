@@ -113,10 +113,8 @@ CleanupService::TrashResult CleanupService::disposeEntries(const std::vector<fs:
                 continue;
             }
         } else {
-            const platform::TrashOutcome outcome = trash.trashItem(entry, [&](const fs::path &to) {
-                if (journal != nullptr)
-                    journal->aboutToTrash(entry, to);
-            });
+            const platform::TrashOutcome outcome =
+                trash.trashItem(entry, journal != nullptr ? journal->beforeTrashing(entry) : platform::Trash::BeforeMove{});
             if (!outcome.ok()) {
                 // A protected entry stays; it is left out of the total and the log.
                 result.leftBehind.push_back({entry, outcome.error});

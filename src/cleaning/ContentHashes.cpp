@@ -85,6 +85,16 @@ QString hexDigest(const Sha256Digest &digest)
     return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(digest.data()), digest.size()).toHex());
 }
 
+std::optional<FileIdentity> fileIdentity(const fs::path &path)
+{
+    struct statx st{};
+    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &st) != 0 || !S_ISREG(st.stx_mode))
+        return std::nullopt;
+    const auto ns = [](const statx_timestamp &t) { return qint64(t.tv_sec) * 1'000'000'000 + t.tv_nsec; };
+    return FileIdentity{(quint64(st.stx_dev_major) << 32) | st.stx_dev_minor, st.stx_ino, qint64(st.stx_size),
+                        ns(st.stx_mtime), ns(st.stx_ctime)};
+}
+
 std::size_t FileIdentityHash::operator()(const FileIdentity &id) const noexcept
 {
     std::size_t seed = std::hash<quint64>()(id.inode);

@@ -27,6 +27,10 @@ struct FileIdentity {
     friend bool operator==(const FileIdentity &, const FileIdentity &) = default;
 };
 
+// The identity of the regular file at a path now (never following a link),
+// as a walk reports it; none for anything else.
+[[nodiscard]] std::optional<FileIdentity> fileIdentity(const std::filesystem::path &path);
+
 struct FileIdentityHash {
     std::size_t operator()(const FileIdentity &id) const noexcept;
 };

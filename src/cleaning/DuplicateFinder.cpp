@@ -124,28 +124,18 @@ Hashes hashCandidates(const std::vector<Candidate> &candidates, const fs::path &
     return hashes;
 }
 
-// What the file system says of a regular file now (never following a link).
-std::optional<FileIdentity> identityOf(const fs::path &path)
-{
-    struct stat st{};
-    if (::lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
-        return std::nullopt;
-    const auto ns = [](const timespec &t) { return qint64(t.tv_sec) * 1'000'000'000 + t.tv_nsec; };
-    return FileIdentity{quint64(st.st_dev), quint64(st.st_ino), qint64(st.st_size), ns(st.st_mtim), ns(st.st_ctim)};
-}
-
 // Whether the file at the path is still one of the group: the very file the
 // scan hashed, or a file whose bytes hash to the group's digest now. A digest
 // only the cache vouched for is never taken on trust.
 bool stillInGroup(const DuplicateGroup &group, std::size_t index)
 {
-    const std::optional<FileIdentity> now = identityOf(group.files[index]);
+    const std::optional<FileIdentity> now = fileIdentity(group.files[index]);
     if (!now || now->size != group.bytes)
         return false;
     if (*now == group.identities[index] && !group.digestFromCache[index])
         return true;
     const std::optional<Sha256Digest> digest = sha256OfFile(group.files[index]);
-    return digest && *digest == group.digest && identityOf(group.files[index]) == now;
+    return digest && *digest == group.digest && fileIdentity(group.files[index]) == now;
 }
 
 } // namespace
@@ -319,7 +309,7 @@ DuplicateFinder::KeepOutcome DuplicateFinder::keep(const QString &groupId, const
             continue; // not listed again: a new scan will judge it
         }
         const platform::TrashOutcome outcome =
-            m_trash.trashItem(other, [&](const fs::path &to) { journal->aboutToTrash(other, to); });
+            m_trash.trashItem(other, journal->beforeTrashing(other));
         if (!outcome.ok()) {
             ++failed;
             stay();

@@ -62,6 +62,7 @@ std::optional<CleanupHistoryEntry> entryOf(const QByteArray &journal, platform::
     std::optional<CleanupHistoryEntry> header;
     std::vector<CleanupHistoryEntry::Item> went;
     std::vector<CleanupHistoryEntry::Item> noted;
+    std::vector<CleanupHistoryEntry::Item> begun;
     for (const QByteArray &text : journal.split('\n')) {
         if (text.size() < 2)
             continue;
@@ -71,6 +72,8 @@ std::optional<CleanupHistoryEntry> entryOf(const QByteArray &journal, platform::
         const CleanupHistoryEntry &entry = decoded->front();
         if (text[0] == 'H' && !header)
             header = entry;
+        else if (text[0] == 'B' && entry.items.size() == 1)
+            begun.push_back(entry.items.front());
         else if (text[0] == 'I' && entry.items.size() == 1)
             noted.push_back(entry.items.front());
         else if (text[0] == 'D' && entry.items.size() == 1) {
@@ -102,6 +105,15 @@ std::optional<CleanupHistoryEntry> entryOf(const QByteArray &journal, platform::
         item.bytes = platform::walkTree(*item.trashedPath).allocatedBytes;
         went.push_back(std::move(item));
     }
+    // Killed between the Trash's record and the note of where the item goes:
+    // the record names nothing, and goes.
+    for (const CleanupHistoryEntry::Item &start : begun) {
+        const auto placed = [&](const CleanupHistoryEntry::Item &item) {
+            return item.originalPath == start.originalPath && item.trashedPath;
+        };
+        if (std::none_of(noted.begin(), noted.end(), placed) && std::none_of(went.begin(), went.end(), placed))
+            trash.dropRecordsWithoutItem(start.trashedPath.value_or(start.originalPath));
+    }
     CleanupHistoryEntry entry = std::move(*header);
     entry.items = std::move(went);
     entry.bytesReclaimed = 0;
@@ -119,8 +131,9 @@ fs::path HistoryJournal::folderFor(const fs::path &logFile)
 }
 
 HistoryJournal::HistoryJournal(const fs::path &folder, const CleanupHistoryEntry &header)
-    : m_id(header.id)
+    : m_header(header)
 {
+    m_header.items.clear();
     std::error_code ignored;
     fs::create_directories(folder, ignored);
     const std::string name = header.id.toString(QUuid::WithoutBraces).toStdString();
@@ -130,10 +143,8 @@ HistoryJournal::HistoryJournal(const fs::path &folder, const CleanupHistoryEntry
     m_fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (m_fd < 0)
         return;
-    CleanupHistoryEntry head = header;
-    head.items.clear();
     m_file = folder / (name + kExtension);
-    if (::flock(m_fd, LOCK_EX | LOCK_NB) != 0 || !writeAll(m_fd, line('H', head))
+    if (::flock(m_fd, LOCK_EX | LOCK_NB) != 0 || !writeAll(m_fd, line('H', m_header))
         || ::rename(temporary.c_str(), m_file.c_str()) != 0) {
         ::unlink(temporary.c_str());
         ::close(m_fd);
@@ -155,21 +166,24 @@ void HistoryJournal::writeLine(char kind, const CleanupHistoryEntry &entry)
         (void)writeAll(m_fd, line(kind, entry));
 }
 
-void HistoryJournal::aboutToTrash(const fs::path &original, const fs::path &trashed)
+platform::Trash::BeforeMove HistoryJournal::beforeTrashing(const fs::path &original, const fs::path &from)
 {
-    CleanupHistoryEntry entry;
-    entry.id = m_id;
+    CleanupHistoryEntry entry = m_header;
     CleanupHistoryEntry::Item item;
     item.originalPath = original;
-    item.trashedPath = trashed;
-    entry.items.push_back(std::move(item));
-    writeLine('I', entry);
+    if (!from.empty())
+        item.trashedPath = from; // a begin note's "trashed path" is where the item goes from
+    entry.items.push_back(item);
+    writeLine('B', entry);
+    return [this, entry](const fs::path &trashed) mutable {
+        entry.items.front().trashedPath = trashed;
+        writeLine('I', entry);
+    };
 }
 
 void HistoryJournal::went(const CleanupHistoryEntry::Item &item)
 {
-    CleanupHistoryEntry entry;
-    entry.id = m_id;
+    CleanupHistoryEntry entry = m_header;
     entry.items.push_back(item);
     writeLine('D', entry);
 }

@@ -1,16 +1,13 @@
 #pragma once
 
 #include "cleaning/CleanupHistoryEntry.h"
+#include "platform/Trash.h"
 
 #include <filesystem>
 #include <memory>
 #include <mutex>
 
 namespace tessoly {
-
-namespace platform {
-class Trash;
-}
 
 // The record an operation keeps on disk while it runs, so that a process
 // killed at any moment leaves a log entry behind: one file per operation in
@@ -31,8 +28,12 @@ public:
     HistoryJournal(const HistoryJournal &) = delete;
     HistoryJournal &operator=(const HistoryJournal &) = delete;
 
-    // The item at `original` is about to move to `trashed` (the Trash's hook).
-    void aboutToTrash(const std::filesystem::path &original, const std::filesystem::path &trashed);
+    // Notes that the item known by `original` is about to go to the Trash
+    // (from `from`, when it goes from another place: a move's original under
+    // its staging name), and returns the hook that notes its place there
+    // just before it moves.
+    [[nodiscard]] platform::Trash::BeforeMove beforeTrashing(const std::filesystem::path &original,
+                                                             const std::filesystem::path &from = {});
     // The item went (to the Trash, or deleted outright).
     void went(const CleanupHistoryEntry::Item &item);
     // The operation's own entry is in the log: the journal goes.
@@ -45,7 +46,7 @@ private:
     void writeLine(char kind, const CleanupHistoryEntry &entry);
 
     std::filesystem::path m_file;
-    QUuid m_id;
+    CleanupHistoryEntry m_header; // each line is a whole entry: the header with one item
     int m_fd = -1;
     std::mutex m_lock;
 };

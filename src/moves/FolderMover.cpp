@@ -146,7 +146,7 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     bool disposedToTrash = false;
     const auto toTrash = [&] {
         const platform::TrashOutcome outcome =
-            m_operations.trashItem(pending, [&](const fs::path &to) { journal->aboutToTrash(source, to); });
+            m_operations.trashItem(pending, journal->beforeTrashing(source, pending));
         if (outcome.ok()) {
             disposedToTrash = true;
             if (!outcome.trashedPath.empty())

@@ -26,6 +26,10 @@ public:
     // Called after an item was moved back out of the Trash by its path:
     // drops the Trash's own record of it.
     virtual void forgetTrashedItem(const std::filesystem::path &trashedPath) = 0;
+    // Drops the Trash's records that name this original place and have no
+    // item: left by a process killed between making a record and moving
+    // the item.
+    virtual void dropRecordsWithoutItem(const std::filesystem::path &originalPath) = 0;
     // Whether an item may be moved from trashedPath back to originalPath: it
     // must lie directly in a Trash this system uses, and the Trash's own
     // record must name that original place. Empty when it may; else why

@@ -8,6 +8,8 @@
 #include "platform/linux/FreedesktopTrash.h"
 
 #include <fstream>
+#include <functional>
+#include <sys/stat.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -151,20 +153,51 @@ TEST_F(Duplicates, KeepingOneTrashesTheOthersInOneRestorableEntry)
     EXPECT_TRUE(fs::exists(home.path() / "Pictures/photo copy.jpg"));
 }
 
-TEST_F(Duplicates, AKeptFileThatChangedSinceTheScanTrashesNothing)
+TEST_F(Duplicates, TheKeepTrustsNoCopyThatChangedAndNoDigestOnlyTheCacheVouchedFor)
 {
     const qint64 size = DuplicateFinder::minBytes;
-    writeSized(docs / "a.bin", size);
-    writeSized(docs / "b.bin", size);
-    const auto finder = scanned();
-    ASSERT_EQ(finder->groups().size(), 1u);
-    const QString id = finder->groups()[0].id;
-    fs::remove(docs / "a.bin");
-    const auto outcome = finder->keep(id, fs::canonical(docs) / "a.bin");
-    EXPECT_EQ(outcome.trashed, 0);
-    EXPECT_FALSE(outcome.problem.isEmpty());
-    EXPECT_TRUE(fs::exists(docs / "b.bin")) << "the last copy went to the Trash";
-    EXPECT_TRUE(history.entries().empty());
+    struct Case {
+        const char *what;
+        std::function<void()> afterScan; // done between the scan and the keep
+        bool forgeCache = false;         // b.bin's cache record claims a.bin's digest
+        int trashed;
+        int stayed;
+        const char *words;
+    };
+    const std::vector<Case> cases{
+        {"the kept file is gone", [&] { fs::remove(docs / "a.bin"); }, false, 0, 0, "is no longer there as it was found"},
+        {"the kept file was rewritten", [&] { writeSized(docs / "a.bin", size, 5, 'k'); }, false, 0, 0,
+         "is no longer there as it was found"},
+        {"the other copy was rewritten, same size", [&] { writeSized(docs / "b.bin", size, 5, 'k'); }, false, 0, 1,
+         "One copy changed or vanished since the scan, so it was left alone."},
+        {"the other copy was written again, same bytes", [&] { writeSized(docs / "b.bin", size); }, false, 1, 0,
+         "Kept a.bin, trashed the rest."},
+        {"a forged cache record", [] {}, true, 0, 1, "One copy changed or vanished since the scan"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        fs::remove_all(docs);
+        fs::remove(cacheFile);
+        writeSized(docs / "a.bin", size);
+        writeSized(docs / "b.bin", size, c.forgeCache ? 9 : -1, 'f');
+        if (c.forgeCache) {
+            ContentHashCache forged(cacheFile);
+            forged.keep(*fileIdentity(docs / "b.bin"), *sha256OfFile(docs / "a.bin"));
+            ASSERT_TRUE(forged.save().isEmpty());
+        }
+        const auto finder = scanned();
+        ASSERT_EQ(finder->groups().size(), 1u);
+        const std::string before = readFile(docs / "b.bin");
+        c.afterScan();
+        const auto outcome = finder->keep(finder->groups()[0].id, fs::canonical(docs) / "a.bin");
+        EXPECT_EQ(outcome.trashed, c.trashed);
+        EXPECT_EQ(outcome.stayed, c.stayed);
+        EXPECT_TRUE(outcome.words.contains(QString::fromUtf8(c.words))) << outcome.words.toStdString();
+        EXPECT_EQ(fs::exists(docs / "b.bin"), c.trashed == 0) << "a copy that isn't one went to the Trash";
+        if (c.trashed == 0 && fs::exists(docs / "b.bin") && !c.forgeCache && c.stayed == 0) {
+            EXPECT_EQ(readFile(docs / "b.bin"), before);
+        }
+    }
 }
 
 TEST_F(Duplicates, PersonalFoldersAreTheUsersOwnAndNoFileCountsTwice)

@@ -313,7 +313,24 @@ QString FreedesktopTrash::checkRestorable(const fs::path &trashedPath, const fs:
     }
 
     // The Trash's own record of where the item came from.
-    const fs::path infoPath = trashDir / "info" / (trashedPath.filename().native() + ".trashinfo");
+    const std::optional<std::string> recorded =
+        recordedPath(trashDir / "info" / (trashedPath.filename().native() + ".trashinfo"));
+    if (!recorded || recorded->empty())
+        return QStringLiteral("the Trash has no record of where %1 came from, so it was left alone").arg(quoted(trashedPath));
+    fs::path from(*recorded);
+    if (from.is_relative()) {
+        if (topDir.empty())
+            return QStringLiteral("the Trash's record of %1 is not a full path, so it was left alone").arg(quoted(trashedPath));
+        from = topDir / from;
+    }
+    if (withResolvedFolder(from) != withResolvedFolder(originalPath))
+        return QStringLiteral("the Trash's record says %1 came from %2, so it was left alone")
+            .arg(quoted(trashedPath), displayPath(from));
+    return {};
+}
+
+std::optional<std::string> FreedesktopTrash::recordedPath(const fs::path &infoPath)
+{
     struct stat infoStat{};
     const FileContents info = ::lstat(infoPath.c_str(), &infoStat) == 0 && S_ISREG(infoStat.st_mode)
         ? readWholeFile(infoPath) : FileContents{};
@@ -327,18 +344,41 @@ QString FreedesktopTrash::checkRestorable(const fs::path &trashedPath, const fs:
                 recorded = decodePath(line.mid(5).trimmed().toStdString());
         }
     }
-    if (!recorded || recorded->empty())
-        return QStringLiteral("the Trash has no record of where %1 came from, so it was left alone").arg(quoted(trashedPath));
-    fs::path from(*recorded);
-    if (from.is_relative()) {
-        if (topDir.empty())
-            return QStringLiteral("the Trash's record of %1 is not a full path, so it was left alone").arg(quoted(trashedPath));
-        from = topDir / from;
+    return recorded;
+}
+
+void FreedesktopTrash::dropRecordsWithoutItem(const fs::path &originalPath)
+{
+    dev_t device = 0;
+    if (!originalPath.is_absolute() || !deviceOfNearest(originalPath.parent_path(), device))
+        return;
+    const Location location = locate(originalPath, device);
+    if (!location.error.isEmpty())
+        return;
+    const fs::path wanted = withResolvedFolder(originalPath);
+    std::error_code error;
+    for (const fs::directory_entry &info : fs::directory_iterator(location.trashDir / "info", error)) {
+        const std::string name = info.path().filename().native();
+        if (!name.ends_with(".trashinfo"))
+            continue;
+        struct stat st{};
+        const fs::path item = location.trashDir / "files" / name.substr(0, name.size() - 10);
+        if (::lstat(item.c_str(), &st) == 0)
+            continue; // a record with its item: a real entry of the Trash
+        const std::optional<std::string> recorded = recordedPath(info.path());
+        if (!recorded || recorded->empty()) {
+            // Killed before the record was written: known by the name it took.
+            const std::string base = name.substr(0, name.size() - 10);
+            const std::string own = originalPath.filename().native();
+            const std::string stem = originalPath.stem().native();
+            if (base == own || (base.starts_with(stem + " ") && base.size() > stem.size() + 1))
+                ::unlink(info.path().c_str());
+            continue;
+        }
+        const fs::path from = fs::path(*recorded).is_relative() ? location.topDir / *recorded : fs::path(*recorded);
+        if (from.lexically_normal() == wanted)
+            ::unlink(info.path().c_str());
     }
-    if (withResolvedFolder(from) != withResolvedFolder(originalPath))
-        return QStringLiteral("the Trash's record says %1 came from %2, so it was left alone")
-            .arg(quoted(trashedPath), displayPath(from));
-    return {};
 }
 
 void FreedesktopTrash::forgetTrashedItem(const fs::path &trashedPath)

@@ -2,6 +2,8 @@
 
 #include "platform/Trash.h"
 
+#include <optional>
+#include <string>
 #include <sys/types.h>
 
 namespace tessoly::platform {
@@ -20,6 +22,7 @@ public:
     using Trash::trashItem;
     [[nodiscard]] TrashOutcome trashItem(const std::filesystem::path &given, const BeforeMove &beforeMove) override;
     void forgetTrashedItem(const std::filesystem::path &trashedPath) override;
+    void dropRecordsWithoutItem(const std::filesystem::path &originalPath) override;
     [[nodiscard]] QString checkRestorable(const std::filesystem::path &trashedPath,
                                           const std::filesystem::path &originalPath) const override;
     [[nodiscard]] std::filesystem::path homeTrashFiles() const override { return m_homeTrash / "files"; }
@@ -35,6 +38,8 @@ private:
         QString error;
     };
     [[nodiscard]] Location locate(const std::filesystem::path &item, dev_t device) const;
+    // The Path= of a trash info file, decoded; none when it can't be read.
+    [[nodiscard]] static std::optional<std::string> recordedPath(const std::filesystem::path &infoPath);
 
     std::filesystem::path m_homeTrash;
     uid_t m_uid;
