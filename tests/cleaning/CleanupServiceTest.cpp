@@ -2,6 +2,7 @@
 #include "cleaning/CleanupCatalogue.h"
 #include "cleaning/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
+#include "cleaning/SystemDataXRay.h"
 #include "platform/FileWalker.h"
 #include "platform/linux/FreedesktopTrash.h"
 
@@ -208,4 +209,27 @@ TEST_F(Cleaning, ProtectedEntryStaysAndIsLeftOutOfTotalAndLog)
     ASSERT_EQ(history.entries().front().items.size(), 1u);
     EXPECT_EQ(history.entries().front().items.front().originalPath, folder / "free.tar.gz");
     EXPECT_EQ(service.states()["brew"].childCount, 1); // the second measurement still sees it
+}
+
+TEST_F(Cleaning, ACacheOnItsOwnFileSystemSaysItsTrashFreesNothingYetAndTheXRayCountsThatTrash)
+{
+    if (!canMount())
+        GTEST_SKIP() << "mounting isn't permitted here (needs root with mount rights); CI runs this as root";
+    const fs::path cache = home.cacheHome();
+    fs::create_directories(cache);
+    const QString mountPoint = QString::fromStdString(cache.native());
+    ASSERT_EQ(runProcess("mount", {"-t", "tmpfs", "-o", "size=16m", "tmpfs", mountPoint}).exitCode, 0);
+    const std::shared_ptr<void> unmount(nullptr, [&](void *) { runProcess("umount", {"-l", mountPoint}); });
+    writeFile(cache / "yarn/v6/package.tgz", std::string(1 << 20, 'y'));
+
+    const qint64 freed = clean({target("yarn", "Library/Caches/Yarn")});
+    EXPECT_GT(freed, 0);
+    EXPECT_TRUE(fs::exists(cache / (".Trash-" + std::to_string(::getuid())) / "files/v6/package.tgz"));
+    EXPECT_EQ(service.lastCleanReport().trashedElsewhereBytes, freed);
+    EXPECT_TRUE(service.lastCleanNotice().contains("went to a Trash on the file system it lives on")) << service.lastCleanNotice().toStdString();
+    // The Trash slice counts that Trash beside the home's.
+    EXPECT_GE(SystemDataXRay::sizeOf(".Trash (all)", home.path()), freed);
+    // And the entry still puts it back.
+    EXPECT_EQ(history.restore(history.entries().front().id).restored, 1);
+    EXPECT_EQ(readFile(cache / "yarn/v6/package.tgz"), std::string(1 << 20, 'y'));
 }
