@@ -211,6 +211,7 @@ QCoro::Task<void> DevDeepClean::scan()
     if (!self)
         co_return;
     m_nodeModules = std::move(findings);
+    m_refusedFolders = NodeModulesSearch::roots(m_home).refused;
     m_docker = status;
     m_runtimes = std::move(runtimes);
     m_unavailableSimDevices = unavailable;

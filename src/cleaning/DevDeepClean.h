@@ -31,6 +31,8 @@ class DevDeepClean : public QObject {
     // [{id, path, displayPath, bytes, projectName, projectLastUsed (date or null)}], biggest first
     Q_PROPERTY(QVariantList nodeModules READ nodeModuleList NOTIFY nodeModulesChanged)
     Q_PROPERTY(qint64 nodeModulesTotalBytes READ nodeModulesTotalBytes NOTIFY nodeModulesChanged)
+    // Why a project folder wasn't searched, one sentence each.
+    Q_PROPERTY(QStringList refusedFolders READ refusedFolders NOTIFY nodeModulesChanged)
     // {state: "ready"|"notInstalled"|"notRunning"|"notResponding", reclaimableBytes}
     Q_PROPERTY(QVariantMap docker READ dockerMap NOTIFY dockerChanged)
     // [{id, name, bytes, lastUsedAt (date or null), deletable, state}]
@@ -58,6 +60,7 @@ public:
                  CleanupHistoryStore &history, platform::DefaultsStore &defaults, Tools tools, QObject *parent = nullptr);
 
     [[nodiscard]] const std::vector<NodeModulesFinding> &nodeModules() const { return m_nodeModules; }
+    [[nodiscard]] const QStringList &refusedFolders() const { return m_refusedFolders; }
     [[nodiscard]] QVariantList nodeModuleList() const;
     [[nodiscard]] qint64 nodeModulesTotalBytes() const;
     [[nodiscard]] const DockerStatus &docker() const { return m_docker; }
@@ -114,6 +117,7 @@ private:
     platform::DefaultsStore &m_defaults;
     Tools m_tools;
     std::vector<NodeModulesFinding> m_nodeModules;
+    QStringList m_refusedFolders;
     DockerStatus m_docker;
     std::vector<SimRuntime> m_runtimes;
     int m_unavailableSimDevices = 0;

@@ -428,6 +428,7 @@ QCoro::Task<int> CommandLine::devClean(Parsed parsed)
                                         {QStringLiteral("lastUsedAt"), r.lastUsedAt ? QJsonValue(r.lastUsedAt->toString(Qt::ISODate)) : QJsonValue()}});
         printJson(QJsonObject{{QStringLiteral("nodeModules"), modules},
                               {QStringLiteral("nodeModulesTotalBytes"), dev.nodeModulesTotalBytes()},
+                              {QStringLiteral("refusedFolders"), QJsonArray::fromStringList(dev.refusedFolders())},
                               {QStringLiteral("docker"), QJsonObject::fromVariantMap(dev.dockerMap())},
                               {QStringLiteral("runtimes"), runtimes},
                               {QStringLiteral("unavailableSimDevices"), dev.unavailableSimDevices()}});
@@ -437,6 +438,8 @@ QCoro::Task<int> CommandLine::devClean(Parsed parsed)
     m_out << "node_modules — " << formatBytes(dev.nodeModulesTotalBytes()) << "\n";
     if (dev.nodeModules().empty())
         m_out << "  No node_modules folders of meaningful size found in your project folders.\n";
+    for (const QString &refusal : dev.refusedFolders())
+        m_out << "  " << refusal << "\n";
     for (const NodeModulesFinding &f : dev.nodeModules()) {
         m_out << "  " << f.projectName << " · " << formatBytes(f.bytes) << " · "
               << (f.projectLastUsed ? QStringLiteral("project last touched %1").arg(formatRelativeTime(*f.projectLastUsed, now))

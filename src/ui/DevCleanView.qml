@@ -313,6 +313,14 @@ Item {
                         text: "No node_modules folders of meaningful size found in your project folders."
                     }
 
+                    Notice {
+                        visible: view.devClean.refusedFolders.length > 0
+                        iconName: "exclamationmark.triangle.fill"
+                        tint: Theme.orange
+                        textName: "refusedFolders"
+                        text: view.devClean.refusedFolders.join(" ")
+                    }
+
                     Repeater {
                         objectName: "formerFolderResults"
                         model: view.formerFolderResults

@@ -87,6 +87,17 @@ Item {
             }
         }
 
+        Text {
+            objectName: "refusedFolders"
+            Layout.fillWidth: true
+            visible: view.finder.refusedFolders.length > 0
+            text: view.finder.refusedFolders.join(" ")
+            wrapMode: Text.WordWrap
+            font.family: Theme.fontFamily
+            font.pixelSize: Theme.smallSize
+            color: Theme.secondaryText
+        }
+
         Card {
             Layout.fillWidth: true
             Layout.fillHeight: true
@@ -267,9 +278,9 @@ Item {
             Icon {
                 objectName: "feedbackIcon"
                 Layout.alignment: Qt.AlignTop
-                name: view.feedback.startsWith("Kept ") ? "checkmark.circle.fill" : "exclamationmark.triangle.fill"
+                name: view.feedback.endsWith("trashed the rest.") ? "checkmark.circle.fill" : "exclamationmark.triangle.fill"
                 size: 16
-                color: view.feedback.startsWith("Kept ") ? Theme.green : Theme.orange
+                color: view.feedback.endsWith("trashed the rest.") ? Theme.green : Theme.orange
             }
             Text {
                 objectName: "feedbackText"
