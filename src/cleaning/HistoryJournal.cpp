@@ -120,6 +120,9 @@ std::optional<CleanupHistoryEntry> entryOf(const QByteArray &journal, platform::
     for (const CleanupHistoryEntry::Item &item : entry.items)
         entry.bytesReclaimed += item.bytes;
     entry.summary += QStringLiteral(" (interrupted)");
+    // Nothing of it is in the Trash (deleted outright): nothing to restore.
+    if (std::none_of(entry.items.begin(), entry.items.end(), [](const CleanupHistoryEntry::Item &item) { return item.trashedPath.has_value(); }))
+        entry.status = CleanupHistoryEntry::Status::Unrestorable;
     return entry;
 }
 

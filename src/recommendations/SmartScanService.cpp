@@ -237,6 +237,16 @@ QCoro::Task<std::vector<Recommendation>> SmartScanService::detectSnapshots()
 
 std::vector<Recommendation> SmartScanService::detectForecast() const
 {
+    // A trend is only told when it rests on at least a day of samples and its
+    // rate is one a disk could really write: two scans a minute apart on a
+    // busy disk say nothing about the coming weeks.
+    constexpr qint64 minimumSpanSeconds = 86400;
+    constexpr qint64 mostBytesPerDay = 2LL * 1024 * 1024 * 1024 * 86400; // 2 GiB/s all day
+    const auto &samples = m_shared.forecast.samples();
+    if (samples.size() < 2 || samples.front().timestamp.secsTo(samples.back().timestamp) < minimumSpanSeconds)
+        return {};
+    if (const auto rate = m_shared.forecast.growthBytesPerDay(); rate && *rate > mostBytesPerDay)
+        return {};
     if (auto card = makeForecastRecommendation(m_shared.forecast.daysUntilFull(0.95), m_shared.forecast.growthBytesPerDay()))
         return {std::move(*card)};
     return {};

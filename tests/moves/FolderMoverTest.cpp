@@ -378,13 +378,21 @@ TEST_F(Mover, FilesThatGrowAppearOrVanishDuringTheCopyDontFailTheMove)
         }
         return error;
     };
+    // And one more between the check and the moment the original steps aside:
+    // the last pass carries it over too.
+    operations.onMove = [&](const fs::path &from, const fs::path &to) {
+        if (from == source && !fs::exists(source / "a/just-before.txt"))
+            writeFile(source / "a/just-before.txt", "late");
+        return operations.MoveFileOperations::moveItem(from, to);
+    };
     const std::string grown = readFile(source / "a/b/c/deep.bin") + "appended while copying";
     const MoveProgress &done = run();
     ASSERT_EQ(done.stage, Stage::Done) << done.text().toStdString();
-    EXPECT_EQ(copies.load(), 3); // the tree, then the grown file and the new one
+    EXPECT_EQ(copies.load(), 4); // the tree, then the grown file and the new one, then the last one
     EXPECT_EQ(readFile(destination / "a/b/c/deep.bin"), grown);
     EXPECT_EQ(readFile(destination / "a/added-while-copying.txt"), "new"); // carried over, not lost
     EXPECT_EQ(readFile(source / "a/added-while-copying.txt"), "new");     // through the link
+    EXPECT_EQ(readFile(destination / "a/just-before.txt"), "late");
     EXPECT_EQ(readFile(destination / "a/notes.md"), "# notes\n"); // deleted from the source, kept in the copy
 }
 

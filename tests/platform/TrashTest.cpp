@@ -152,6 +152,17 @@ TEST_F(Trash, ItemOnAnotherVolumeGoesToThatVolumesTrash)
     EXPECT_EQ(outcome.trashedPath, volumeTrash / "files/big.iso");
     EXPECT_NE(infoFor(outcome.trashedPath).find("Path=Projects/big.iso\n"), std::string::npos); // relative to the top
     EXPECT_EQ(fs::status(volumeTrash).permissions() & fs::perms::all, fs::perms::owner_all);
+
+    // A shared ".Trash" without the sticky bit is no shared Trash: anyone could
+    // swap its folders, so items keep going to the user's own.
+    fs::create_directories(volume.point / ".Trash" / std::to_string(::getuid()));
+    fs::permissions(volume.point / ".Trash", fs::perms::all);
+    writeFile(volume.point / "second.iso", "iso");
+    EXPECT_EQ(trash.trashItem(volume.point / "second.iso").trashedPath, volumeTrash / "files/second.iso");
+    fs::permissions(volume.point / ".Trash", fs::perms::sticky_bit, fs::perm_options::add);
+    writeFile(volume.point / "third.iso", "iso");
+    EXPECT_EQ(trash.trashItem(volume.point / "third.iso").trashedPath,
+              volume.point / ".Trash" / std::to_string(::getuid()) / "files/third.iso");
 }
 
 TEST_F(Trash, ReadOnlyVolumeFailsCleanlyAndTheItemStays)

@@ -195,6 +195,16 @@ TEST(SmartScanDetection, SnapshotsAndTheForecastJoinTheListAndASecondScanWaitsFo
     // A skip lasts until the next scan.
     runTask(home.smart().scan());
     EXPECT_EQ(home.smart().visibleRecommendations().size(), 2u);
+
+    // Samples a minute apart on a busy disk tell no trend, however steep.
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    home.app->platform().defaults->set(
+        DiskForecast::key, DiskForecast::encode({{now.addSecs(-120), 100'000'000'000, 500'000'000'000},
+                                                 {now.addSecs(-60), 460'000'000'000, 500'000'000'000}}));
+    home.app->forecast()->load();
+    runTask(home.smart().scan());
+    ASSERT_EQ(home.smart().visibleRecommendations().size(), 1u);
+    EXPECT_NE(home.smart().visibleRecommendations()[0].kind, Recommendation::Kind::Info);
 }
 
 struct SmartScanApply : ::testing::Test {
