@@ -99,12 +99,15 @@ TEST_F(Automation, TheGuardrailRunsOnlyBelowItsLimitAndAfterItsCooldown)
     EXPECT_EQ(pilot->statusLine(), "Monitoring — 21.47 GB free, guardrail 20 GB");
 
     // Below the limit: a safe cache is deleted outright, and the shortfall (1 GiB) asks for 5 GiB of thinning.
+    // A folder rated caution (the emulator's images) is never part of it.
     allocate(home.path() / ".npm/_cacache/blob", 1 << 20);
+    allocate(home.path() / ".android/avd/Pixel.avd/userdata.img", 1 << 20);
     volumes->free = 19 * GiB;
     runTask(pilot->check());
     ASSERT_TRUE(pilot->lastRunAt().has_value());
     EXPECT_EQ(*pilot->lastRunAt(), now);
     EXPECT_FALSE(fs::exists(home.path() / ".npm/_cacache"));
+    EXPECT_TRUE(fs::exists(home.path() / ".android/avd/Pixel.avd/userdata.img"));
     EXPECT_TRUE(!fs::exists(home.trash() / "files") || fs::is_empty(home.trash() / "files")) << "the guardrail went through the Trash";
     EXPECT_EQ(thinRequests(), "5368709120\n");
     ASSERT_EQ(history->entries().size(), 1u);
