@@ -38,14 +38,14 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
             if (const QString key = part.trimmed(); !wanted.contains(key))
                 wanted << key;
         if (wanted.contains(QString()))
-            co_return usageError(QStringLiteral("--apply takes card ids separated by commas, e.g. --apply clean.user.npm,snapshots."));
+            co_return usageError(QStringLiteral("--apply takes card ids separated by commas, e.g. --apply clean.web.npm,snapshots."));
         const auto isRank = [](const QString &key) {
             bool number = false;
             (void)key.toInt(&number);
             return number;
         };
         if (std::any_of(wanted.begin(), wanted.end(), isRank))
-            co_return usageError(QStringLiteral("--apply takes the ids “tessoly smart-scan” prints (e.g. clean.user.npm), not "
+            co_return usageError(QStringLiteral("--apply takes the ids “tessoly smart-scan” prints (e.g. clean.web.npm), not "
                                                 "ranks: a rank can name another card once a folder has grown."));
     }
     SmartScanService &smart = *m_app.smartScan();
