@@ -184,8 +184,10 @@ QCoro::Task<int> CommandLine::clean(Parsed parsed)
                            {QStringLiteral("leftBehind"), stayed}};
         if (!unrecorded.isEmpty())
             object.insert(QStringLiteral("logError"), unrecorded);
-        if (!report.leftBehind.empty())
-            object.insert(QStringLiteral("error"), QStringLiteral("%1 couldn't be cleaned.").arg(itemCount(static_cast<qint64>(report.leftBehind.size()))));
+        if (!report.leftBehind.empty()) {
+            const QString left = itemCount(static_cast<qint64>(report.leftBehind.size()));
+            object.insert(QStringLiteral("error"), QStringLiteral("%1 couldn't be cleaned.").arg(left));
+        }
         printJson(object);
         co_return code;
     }
@@ -460,15 +462,18 @@ QCoro::Task<int> CommandLine::xray(Parsed parsed)
             co_return usageError(QStringLiteral("no slice “%1” in this X-Ray (it is left out when it measures nothing). "
                                                 "Run “tessoly xray” to list them.").arg(id));
         const XRaySlice chosen = *slice;
-        if (chosen.action == XRaySlice::Action::Info)
-            co_return reportOutcome(json, id, ActionOutcome{QStringLiteral("%1: %2. There is nothing to do here.").arg(chosen.name, chosen.badge), true});
+        if (chosen.action == XRaySlice::Action::Info) {
+            const QString words = QStringLiteral("%1: %2. There is nothing to do here.").arg(chosen.name, chosen.badge);
+            co_return reportOutcome(json, id, ActionOutcome{words, true});
+        }
         if (chosen.action == XRaySlice::Action::Reveal) {
             // Said only once the file manager (or the opener) has answered.
             const QString problem = co_await m_app.platform().revealer->show(chosen.revealURL);
             const QString shown = displayPath(chosen.revealURL);
-            co_return reportOutcome(json, id, ActionOutcome{problem.isEmpty() ? QStringLiteral("Shown in the file manager: %1").arg(shown)
-                                                                  : QStringLiteral("Couldn't show %1 in the file manager: %2").arg(shown, problem),
-                                                            problem.isEmpty()});
+            const QString words = problem.isEmpty()
+                ? QStringLiteral("Shown in the file manager: %1").arg(shown)
+                : QStringLiteral("Couldn't show %1 in the file manager: %2").arg(shown, problem);
+            co_return reportOutcome(json, id, ActionOutcome{words, problem.isEmpty()});
         }
         if (chosen.action == XRaySlice::Action::Clean)
             showProgress(QStringLiteral("Clearing %1…").arg(chosen.name));

@@ -38,15 +38,16 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
             if (const QString key = part.trimmed(); !wanted.contains(key))
                 wanted << key;
         if (wanted.contains(QString()))
-            co_return usageError(QStringLiteral("--apply takes card ids separated by commas, e.g. --apply clean.web.npm,snapshots."));
+            co_return usageError(
+                QStringLiteral("--apply takes card ids separated by commas, e.g. --apply clean.web.npm,snapshots."));
         const auto isRank = [](const QString &key) {
             bool number = false;
             (void)key.toInt(&number);
             return number;
         };
         if (std::any_of(wanted.begin(), wanted.end(), isRank))
-            co_return usageError(QStringLiteral("--apply takes the ids “tessoly smart-scan” prints (e.g. clean.web.npm), not "
-                                                "ranks: a rank can name another card once a folder has grown."));
+            co_return usageError(QStringLiteral("--apply takes the ids “tessoly smart-scan” prints (e.g. clean.web.npm), "
+                                                "not ranks: a rank can name another card once a folder has grown."));
     }
     SmartScanService &smart = *m_app.smartScan();
     // A card's result stays on screen for a moment; a terminal needs no pause.
@@ -87,11 +88,13 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
     // Every card named must still be there after this scan, or nothing is applied.
     std::vector<Recommendation> chosen;
     for (const QString &key : wanted) {
-        const auto card = std::find_if(cards.begin(), cards.end(), [&](const Recommendation &r) { return r.key == key; });
+        const auto named = [&key](const Recommendation &r) { return r.key == key; };
+        const auto card = std::find_if(cards.begin(), cards.end(), named);
         if (card == cards.end())
-            co_return usageError(QStringLiteral("no card “%1” in this scan: what it was about may have shrunk below the "
-                                                "limit, gone, or been applied. Nothing was applied; “tessoly smart-scan” "
-                                                "lists the cards now.").arg(key));
+            co_return usageError(QStringLiteral("no card “%1” in this scan: what it was about may have shrunk below "
+                                                "the limit, gone, or been applied. Nothing was applied; “tessoly "
+                                                "smart-scan” lists the cards now.")
+                                     .arg(key));
         chosen.push_back(*card);
     }
     TerminalPrompter prompter(m_stderr, parsed.flag("--yes"));
@@ -144,9 +147,12 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
         QJsonObject object{{QStringLiteral("applied"), applied},
                            {QStringLiteral("totalReclaimedThisSession"), smart.totalReclaimedThisSession()},
                            {QStringLiteral("totalPendingInTrash"), smart.totalPendingInTrash()}};
-        if (failures > 0)
-            object.insert(QStringLiteral("error"), failures == 1 ? firstFailure
-                                                                 : QStringLiteral("%1 cards failed; the first, %2").arg(failures).arg(firstFailure));
+        if (failures > 0) {
+            const QString error = failures == 1
+                ? firstFailure
+                : QStringLiteral("%1 cards failed; the first, %2").arg(failures).arg(firstFailure);
+            object.insert(QStringLiteral("error"), error);
+        }
         printJson(object);
     } else {
         QStringList summary;

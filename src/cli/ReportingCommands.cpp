@@ -35,7 +35,8 @@ QCoro::Task<int> CommandLine::report(Parsed parsed)
     const platform::RenderedPdf rendered = co_await renderer->render(html);
     if (!rendered.error.isEmpty())
         co_return fail(QStringLiteral("the report couldn't be printed: %1 Nothing was written.").arg(rendered.error));
-    if (const QString error = platform::writeFileAtomically(target, rendered.pdf, platform::FileAccess::UserDefault); !error.isEmpty())
+    const QString error = platform::writeFileAtomically(target, rendered.pdf, platform::FileAccess::UserDefault);
+    if (!error.isEmpty())
         co_return fail(QStringLiteral("the report couldn't be written to %1: %2").arg(displayPath(target), error));
     if (json) {
         printJson(QJsonObject{{QStringLiteral("path"), pathToText(target)},

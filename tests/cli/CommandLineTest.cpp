@@ -130,7 +130,8 @@ TEST_F(Cli, HostileNamesAreShownEscapedAndExactInJson)
     writeFile(hostile, "x");
     const ProcessRun words = runTessoly({"search", "evil"});
     ASSERT_EQ(words.exitCode, 0) << words.err.toStdString();
-    EXPECT_TRUE(words.out.contains("~/Documents/evil\\x1b]0;owned\\x07\\nfake line\\x7f\\x9b.bin\n")) << words.out.toStdString();
+    EXPECT_TRUE(words.out.contains("~/Documents/evil\\x1b]0;owned\\x07\\nfake line\\x7f\\x9b.bin\n"))
+        << words.out.toStdString();
     for (const char *raw : {"\x1b", "\x07", "\x7f", "\xc2\x9b", "\nfake"})
         EXPECT_FALSE(words.out.contains(raw)) << raw;
 

@@ -94,7 +94,8 @@ TEST(SmartScanCommand, ListsRankedCardsAndAppliesTheCardNamedEvenAfterTheRanksMo
     const ProcessRun gone = runTessoly({"smart-scan", "--apply", "clean.web.npm,clean.web.yarn", "--json"});
     EXPECT_EQ(gone.exitCode, 2);
     EXPECT_TRUE(gone.err.startsWith("tessoly: no card “clean.web.yarn” in this scan")) << gone.err.toStdString();
-    EXPECT_TRUE(QJsonDocument::fromJson(gone.out).object().value("error").toString().startsWith("no card “clean.web.yarn”"));
+    const QString error = QJsonDocument::fromJson(gone.out).object().value("error").toString();
+    EXPECT_TRUE(error.startsWith("no card “clean.web.yarn”")) << error.toStdString();
     EXPECT_FALSE(fs::is_empty(home.path() / ".npm"));
 
     // npm grows past Chrome: rank 2 is npm now, but the card named is Chrome's.
