@@ -5,9 +5,29 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <algorithm>
-#include <cmath>
+#include <limits>
 
 namespace tessoly::devtools {
+namespace {
+
+// A tool's figure as a byte count: whole bytes in [0, INT64_MAX], so that a
+// wild figure (1e308, a negative one, NaN) can neither wrap nor read negative.
+qint64 clampedBytes(double bytes)
+{
+    if (!(bytes > 0))
+        return 0;
+    if (bytes >= 0x1p63)
+        return std::numeric_limits<qint64>::max();
+    return static_cast<qint64>(bytes);
+}
+
+qint64 saturatingAdd(qint64 a, qint64 b)
+{
+    qint64 sum = 0;
+    return __builtin_add_overflow(a, b, &sum) ? std::numeric_limits<qint64>::max() : sum;
+}
+
+} // namespace
 
 qint64 parseSize(const QString &text)
 {
@@ -34,8 +54,7 @@ qint64 parseSize(const QString &text)
         scale = 1e9;
     else if (unit == QLatin1String("TB"))
         scale = 1e12;
-    const double bytes = std::trunc(number * scale);
-    return bytes >= 9.0e18 ? 0 : static_cast<qint64>(bytes);
+    return clampedBytes(number * scale);
 }
 
 DockerStatus dockerStatusFromDiskUsage(const QString &output)
@@ -48,7 +67,7 @@ DockerStatus dockerStatusFromDiskUsage(const QString &output)
         const QJsonDocument document = QJsonDocument::fromJson(line.toUtf8());
         if (!document.isObject())
             continue;
-        total += parseSize(document.object().value(QStringLiteral("Reclaimable")).toString());
+        total = saturatingAdd(total, parseSize(document.object().value(QStringLiteral("Reclaimable")).toString()));
     }
     return {DockerStatus::State::Ready, total};
 }
@@ -89,7 +108,7 @@ std::vector<SimRuntime> parseRuntimes(const QString &json)
         SimRuntime runtime;
         runtime.id = id.toString();
         runtime.name = runtimeDisplayName(identifier.toString());
-        runtime.bytes = static_cast<qint64>(size.toDouble());
+        runtime.bytes = clampedBytes(size.toDouble());
         if (const QJsonValue used = entry.value(QStringLiteral("lastUsedAt")); used.isString()) {
             const QDateTime when = QDateTime::fromString(used.toString(), Qt::ISODate);
             if (when.isValid())

@@ -32,6 +32,7 @@ struct SimRuntime {
 namespace devtools {
 
 // "1.2GB (50%)" -> 1200000000; decimal units B, KB, MB, GB, TB; anything else 0.
+// Every size read from a tool lies in [0, INT64_MAX]: a bigger one reads as INT64_MAX.
 [[nodiscard]] qint64 parseSize(const QString &text);
 // The status from `docker system df --format {{json .}}` (one JSON object a
 // line, "Reclaimable" summed); empty output or words of a failing daemon

@@ -184,6 +184,10 @@ QCoro::Task<int> CommandLine::clean(Parsed parsed)
                            {QStringLiteral("leftBehind"), stayed}};
         if (!unrecorded.isEmpty())
             object.insert(QStringLiteral("logError"), unrecorded);
+        if (!report.leftBehind.empty()) {
+            const QString left = itemCount(static_cast<qint64>(report.leftBehind.size()));
+            object.insert(QStringLiteral("error"), QStringLiteral("%1 couldn't be cleaned.").arg(left));
+        }
         printJson(object);
         co_return code;
     }
@@ -270,7 +274,7 @@ int CommandLine::history(const Parsed &parsed)
               << " isn't a log Tessoly can read, so it shows as empty. The next operation keeps its bytes beside it.\n";
     }
     if (json) {
-        m_out << encodeHistory(entries) << "\n";
+        m_rawResult = encodeHistory(entries);
         return 0;
     }
     if (entries.empty()) {
@@ -383,10 +387,8 @@ QCoro::Task<int> CommandLine::devClean(Parsed parsed)
         showProgress(QStringLiteral("Removing %1…").arg(displayPath(finding->url)));
         co_await dev.deleteNodeModules(*finding);
     } else if (parsed.flag("--prune-docker")) {
-        if (dev.docker().state != DockerStatus::State::Ready) {
-            m_err << "tessoly: " << dockerWords(dev.docker()) << "\n";
-            co_return 1;
-        }
+        if (dev.docker().state != DockerStatus::State::Ready)
+            co_return fail(dockerWords(dev.docker()));
         actedOn = QString::fromLatin1(DevDeepClean::dockerId);
         showProgress(QStringLiteral("Running docker system prune -af…"));
         co_await dev.pruneDocker();
@@ -395,17 +397,14 @@ QCoro::Task<int> CommandLine::devClean(Parsed parsed)
         const auto runtime = std::find_if(dev.runtimes().begin(), dev.runtimes().end(), [&](const SimRuntime &r) { return r.id == id; });
         if (runtime == dev.runtimes().end())
             co_return usageError(QStringLiteral("no simulator runtime has the id “%1”.").arg(id));
-        if (!runtime->deletable) {
-            m_err << "tessoly: the simulator tool says " << runtime->name << " can't be deleted.\n";
-            co_return 1;
-        }
+        if (!runtime->deletable)
+            co_return fail(QStringLiteral("the simulator tool says %1 can't be deleted.").arg(runtime->name));
         actedOn = id;
         co_await dev.deleteRuntime(*runtime);
     } else if (parsed.flag("--remove-unavailable")) {
-        if (dev.unavailableSimDevices() < 1) {
-            m_out << "No orphaned simulator devices.\n";
-            co_return 0;
-        }
+        if (dev.unavailableSimDevices() < 1)
+            co_return reportOutcome(json, QString::fromLatin1(DevDeepClean::unavailableDevicesId),
+                                    ActionOutcome{QStringLiteral("No orphaned simulator devices."), true});
         actedOn = QString::fromLatin1(DevDeepClean::unavailableDevicesId);
         co_await dev.removeUnavailableDevices();
     }
@@ -474,16 +473,21 @@ QCoro::Task<int> CommandLine::xray(Parsed parsed)
                                                 "Run “tessoly xray” to list them.").arg(id));
         const XRaySlice chosen = *slice;
         if (chosen.action == XRaySlice::Action::Info) {
-            m_out << chosen.name << ": " << chosen.badge << ". There is nothing to do here.\n";
-            co_return 0;
+            const QString words = QStringLiteral("%1: %2. There is nothing to do here.").arg(chosen.name, chosen.badge);
+            co_return reportOutcome(json, id, ActionOutcome{words, true});
+        }
+        if (chosen.action == XRaySlice::Action::Reveal) {
+            // Said only once the file manager (or the opener) has answered.
+            const QString problem = co_await m_app.platform().revealer->show(chosen.revealURL);
+            const QString shown = displayPath(chosen.revealURL);
+            const QString words = problem.isEmpty()
+                ? QStringLiteral("Shown in the file manager: %1").arg(shown)
+                : QStringLiteral("Couldn't show %1 in the file manager: %2").arg(shown, problem);
+            co_return reportOutcome(json, id, ActionOutcome{words, problem.isEmpty()});
         }
         if (chosen.action == XRaySlice::Action::Clean)
             showProgress(QStringLiteral("Clearing %1…").arg(chosen.name));
         co_await xray.perform(chosen);
-        if (chosen.action == XRaySlice::Action::Reveal) {
-            m_out << "Shown in the file manager: " << displayPath(chosen.revealURL) << "\n";
-            co_return 0;
-        }
         co_return reportOutcome(json, id, xray.result(id));
     }
 

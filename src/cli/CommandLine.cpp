@@ -11,6 +11,8 @@ namespace tessoly {
 
 CommandLine::CommandLine(TessolyApp &app, QTextStream &out, QTextStream &err, bool progress)
     : m_app(app)
+    , m_stdout(out)
+    , m_stderr(err)
     , m_out(out)
     , m_err(err)
     , m_progress(progress)
@@ -25,8 +27,29 @@ CommandLine::CommandLine(TessolyApp &app, QTextStream &out, QTextStream &err, bo
 
 void CommandLine::printJson(const QJsonValue &value)
 {
-    m_out << (value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject()))
-                 .toJson(QJsonDocument::Indented);
+    m_result = value;
+}
+
+void CommandLine::writeJson(int code)
+{
+    if (!m_rawResult.isEmpty()) {
+        m_stdout << m_rawResult << "\n";
+        return;
+    }
+    QJsonValue result = m_result.value_or(QJsonObject{});
+    // A failure always says why under "error": the words it gave on stderr,
+    // else the message it printed.
+    if (code != 0 && result.isObject() && !result.toObject().contains(QLatin1String("error"))) {
+        QJsonObject object = result.toObject();
+        QString words = m_error;
+        for (const char *key : {"message", "logError"})
+            if (words.isEmpty())
+                words = object.value(QLatin1String(key)).toString();
+        object.insert(QStringLiteral("error"), words.isEmpty() ? QStringLiteral("The command failed.") : words);
+        result = object;
+    }
+    m_stdout << (result.isArray() ? QJsonDocument(result.toArray()) : QJsonDocument(result.toObject()))
+                    .toJson(QJsonDocument::Indented);
 }
 
 void CommandLine::showProgress(const QString &line)
@@ -39,12 +62,13 @@ void CommandLine::showProgress(const QString &line)
 
 int CommandLine::reportOutcome(bool json, const QString &id, const std::optional<ActionOutcome> &outcome)
 {
+    const QString message = outcome ? outcome->message : QStringLiteral("Nothing happened.");
     if (json)
         printJson(QJsonObject{{QStringLiteral("id"), id},
-                              {QStringLiteral("message"), outcome ? outcome->message : QString()},
+                              {QStringLiteral("message"), message},
                               {QStringLiteral("success"), outcome && outcome->success}});
     else
-        m_out << (outcome ? outcome->message : QStringLiteral("Nothing happened.")) << "\n";
+        m_out << message << "\n";
     return outcome && outcome->success ? 0 : 1;
 }
 
@@ -76,9 +100,10 @@ QString CommandLine::usage()
         "                       copy a moved item back in place of its symlink\n"
         "  offload              big folders nothing has touched in 6+ months\n"
         "  suggestions          known heavy developer and media folders worth moving\n"
-        "  smart-scan [--apply <rank>[,<rank>...]] [--yes]\n"
-        "                       ranked recommendations with sizes, risk and what each does; --apply\n"
-        "                       applies cards by their rank (--yes grants a drive's top folder for moves)\n"
+        "  smart-scan [--apply <id>[,<id>...]] [--yes]\n"
+        "                       ranked recommendations with sizes, risk, what each does and its id;\n"
+        "                       --apply applies the cards with those ids (--yes grants a drive's top\n"
+        "                       folder for moves)\n"
         "  easy-clean           the one-button clean: every safe cache card, then hidden space, and\n"
         "                       what the disk really gained\n"
         "  devclean             node_modules folders in your projects, Docker's unused data, simulator runtimes\n"
@@ -102,17 +127,38 @@ QString CommandLine::usage()
         "                       list the settings, show one, or change one (true/false, a number or a word)\n"
         "  help                 this text\n"
         "\n"
-        "--json prints the result as JSON for scripts.\n");
+        "--json prints the result as JSON for scripts, and a failure as {\"error\": \"…\"}.\n");
 }
 
 int CommandLine::usageError(const QString &message)
 {
     m_err << "tessoly: " << message << "\n";
     m_err.flush();
+    m_error = message;
     return 2;
 }
 
+int CommandLine::fail(const QString &message)
+{
+    usageError(message);
+    return 1;
+}
+
 QCoro::Task<int> CommandLine::run(QStringList arguments)
+{
+    // With --json, stdout is the JSON document's alone, even for a wrong command.
+    m_json = arguments.contains(QStringLiteral("--json"));
+    if (m_json)
+        m_out.redirect(m_stderr);
+    const int code = co_await runCommand(std::move(arguments));
+    if (m_json)
+        writeJson(code);
+    m_stdout.flush();
+    m_stderr.flush();
+    co_return code;
+}
+
+QCoro::Task<int> CommandLine::runCommand(QStringList arguments)
 {
     static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete"), QStringLiteral("--yes"),
                                    QStringLiteral("--prune-docker"), QStringLiteral("--remove-unavailable"),
@@ -166,7 +212,7 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         {"offload", 0, 0, "offload [--json]", {"--json"}},
         {"suggestions", 0, 0, "suggestions [--json]", {"--json"}},
         {"settings", 0, 2, "settings [<key> [<value>]] [--json]", {"--json"}},
-        {"smart-scan", 0, 0, "smart-scan [--apply <rank>[,<rank>...]] [--yes] [--json]", {"--json", "--apply", "--yes"}},
+        {"smart-scan", 0, 0, "smart-scan [--apply <id>[,<id>...]] [--yes] [--json]", {"--json", "--apply", "--yes"}},
         {"easy-clean", 0, 0, "easy-clean [--json]", {"--json"}},
         {"devclean", 0, 0,
          "devclean [--delete-node-modules <path> | --prune-docker | --delete-runtime <id> | --remove-unavailable] [--json]",
@@ -195,7 +241,7 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
 
     int code = 0;
     if (parsed.command == QLatin1String("help"))
-        m_out << usage();
+        m_stdout << usage();
     else if (parsed.command == QLatin1String("status"))
         code = status(parsed);
     else if (parsed.command == QLatin1String("history"))
@@ -244,8 +290,6 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
         code = co_await report(parsed);
     else if (parsed.command == QLatin1String("search"))
         code = co_await search(parsed);
-    m_out.flush();
-    m_err.flush();
     co_return code;
 }
 

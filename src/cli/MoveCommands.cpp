@@ -95,17 +95,13 @@ QCoro::Task<int> CommandLine::move(Parsed parsed)
     // replace the list while this command waits below.
     const ExternalDrive chosen = *found;
     const ExternalDrive *drive = &chosen;
-    if (!drive->isSupported) {
-        m_err << *drive->unsupportedReason << "\n";
-        co_return 1;
-    }
+    if (!drive->isSupported)
+        co_return fail(*drive->unsupportedReason);
     const qint64 bytes = co_await QtConcurrent::run(&MoveFileOperations::allocatedSize, &m_app.moveOperations(), source);
-    if (drive->freeBytes < bytes) {
-        m_err << "Not enough free space — needs " << formatBytes(bytes) << "\n";
-        co_return 1;
-    }
+    if (drive->freeBytes < bytes)
+        co_return fail(QStringLiteral("Not enough free space — needs %1").arg(formatBytes(bytes)));
 
-    TerminalPrompter prompter(m_err, parsed.flag("--yes"));
+    TerminalPrompter prompter(m_stderr, parsed.flag("--yes"));
     m_app.setPrompter(&prompter);
     MoveController &controller = *m_app.moveController();
     controller.open(source, bytes);

@@ -1,5 +1,5 @@
 // The command line's recommendations: Smart Scan's ranked cards, applying
-// them by rank, and the one-button clean.
+// them by their ids, and the one-button clean.
 #include "application/TessolyApp.h"
 #include "cli/CommandLine.h"
 #include "cli/TerminalPrompter.h"
@@ -9,41 +9,45 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <algorithm>
 #include <chrono>
 
 namespace tessoly {
 namespace {
 
+// A card as a script sees it: "id" is the card's key, which names the same
+// card in the next run; the rank is where it stands in this one.
 QJsonObject cardJson(const Recommendation &card, int rank)
 {
     QJsonObject object = QJsonObject::fromVariantMap(card.toVariant());
+    object.remove(QStringLiteral("key"));
+    object.insert(QStringLiteral("id"), card.key);
     object.insert(QStringLiteral("rank"), rank);
     return object;
-}
-
-// "1,3" -> {1, 3}; nullopt for anything that isn't a list of ranks from 1.
-std::optional<std::vector<int>> parseRanks(const QString &text)
-{
-    std::vector<int> ranks;
-    for (const QString &part : text.split(QLatin1Char(','))) {
-        bool ok = false;
-        const int rank = part.trimmed().toInt(&ok);
-        if (!ok || rank < 1)
-            return std::nullopt;
-        ranks.push_back(rank);
-    }
-    return ranks;
 }
 
 } // namespace
 
 QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
 {
-    std::optional<std::vector<int>> ranks;
+    // Cards are named by what they act on, never by rank: a rank moves when
+    // a folder grows between the listing and the apply.
+    QStringList wanted;
     if (parsed.options.contains(QStringLiteral("--apply"))) {
-        ranks = parseRanks(parsed.options.value(QStringLiteral("--apply")));
-        if (!ranks)
-            co_return usageError(QStringLiteral("--apply takes card ranks from 1, separated by commas, e.g. --apply 1,3."));
+        for (const QString &part : parsed.options.value(QStringLiteral("--apply")).split(QLatin1Char(',')))
+            if (const QString key = part.trimmed(); !wanted.contains(key))
+                wanted << key;
+        if (wanted.contains(QString()))
+            co_return usageError(
+                QStringLiteral("--apply takes card ids separated by commas, e.g. --apply clean.web.npm,snapshots."));
+        const auto isRank = [](const QString &key) {
+            bool number = false;
+            (void)key.toInt(&number);
+            return number;
+        };
+        if (std::any_of(wanted.begin(), wanted.end(), isRank))
+            co_return usageError(QStringLiteral("--apply takes the ids “tessoly smart-scan” prints (e.g. clean.web.npm), "
+                                                "not ranks: a rank can name another card once a folder has grown."));
     }
     SmartScanService &smart = *m_app.smartScan();
     // A card's result stays on screen for a moment; a terminal needs no pause.
@@ -51,11 +55,11 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
     const auto progress = QObject::connect(&smart, &SmartScanService::scanProgressChanged, &smart,
                                            [&] { showProgress(smart.scanProgress()); });
     co_await smart.scan();
+    QObject::disconnect(progress);
     const std::vector<Recommendation> cards = smart.visibleRecommendations();
     const bool json = parsed.flag("--json");
 
-    if (!ranks) {
-        QObject::disconnect(progress);
+    if (wanted.isEmpty()) {
         if (json) {
             QJsonArray list;
             for (std::size_t i = 0; i < cards.size(); ++i)
@@ -75,21 +79,26 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
                 m_out << " · est. savings " << formatBytes(card.estimatedSavings);
             if (!card.hasAction)
                 m_out << " · information only";
-            m_out << "\n   " << card.oneLiner << "\n";
+            m_out << " · id " << card.key << "\n   " << card.oneLiner << "\n";
         }
-        m_out << "\nApply cards with: tessoly smart-scan --apply <rank>[,<rank>...]\n";
+        m_out << "\nApply cards with: tessoly smart-scan --apply <id>[,<id>...]\n";
         co_return 0;
     }
 
-    for (const int rank : *ranks) {
-        if (rank > static_cast<int>(cards.size())) {
-            QObject::disconnect(progress);
-            co_return usageError(QStringLiteral("there is no card %1: this scan found %2.").arg(rank).arg(cards.size()));
-        }
+    // Every card named must still be there after this scan, or nothing is applied.
+    std::vector<Recommendation> chosen;
+    for (const QString &key : wanted) {
+        const auto named = [&key](const Recommendation &r) { return r.key == key; };
+        const auto card = std::find_if(cards.begin(), cards.end(), named);
+        if (card == cards.end())
+            co_return usageError(QStringLiteral("no card “%1” in this scan: what it was about may have shrunk below "
+                                                "the limit, gone, or been applied. Nothing was applied; “tessoly "
+                                                "smart-scan” lists the cards now.")
+                                     .arg(key));
+        chosen.push_back(*card);
     }
-    TerminalPrompter prompter(m_err, parsed.flag("--yes"));
+    TerminalPrompter prompter(m_stderr, parsed.flag("--yes"));
     m_app.setPrompter(&prompter);
-    QObject::disconnect(progress);
     // Each stage a card shows while it runs.
     const QUuid *current = nullptr;
     const auto stages = QObject::connect(&smart, &SmartScanService::applyStatusesChanged, &smart, [&] {
@@ -100,9 +109,9 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
     });
 
     int failures = 0;
+    QString firstFailure;
     QJsonArray applied;
-    for (const int rank : *ranks) {
-        const Recommendation &card = cards[static_cast<std::size_t>(rank - 1)];
+    for (const Recommendation &card : chosen) {
         QString state;
         QString words;
         if (!card.hasAction) {
@@ -120,23 +129,31 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
             current = nullptr;
             state = last ? SmartScanService::stateName(last->state) : QStringLiteral("failed");
             words = last ? last->text : QStringLiteral("The card didn't report a result.");
-            if (!last || last->state == SmartScanService::ApplyStatus::State::Failed)
-                ++failures;
+            if (!last || last->state == SmartScanService::ApplyStatus::State::Failed) {
+                if (++failures == 1)
+                    firstFailure = QStringLiteral("%1: %2").arg(card.key, words);
+            }
         }
-        applied.append(QJsonObject{{QStringLiteral("rank"), rank},
-                                   {QStringLiteral("id"), card.id.toString(QUuid::WithoutBraces)},
+        applied.append(QJsonObject{{QStringLiteral("id"), card.key},
                                    {QStringLiteral("title"), card.title},
                                    {QStringLiteral("status"), state},
                                    {QStringLiteral("message"), words}});
         if (!json)
-            m_out << rank << ". " << card.title << "\n   " << words << "\n   Status: " << state << "\n";
+            m_out << card.key << ": " << card.title << "\n   " << words << "\n   Status: " << state << "\n";
     }
     QObject::disconnect(stages);
     m_app.setPrompter(nullptr);
     if (json) {
-        printJson(QJsonObject{{QStringLiteral("applied"), applied},
-                              {QStringLiteral("totalReclaimedThisSession"), smart.totalReclaimedThisSession()},
-                              {QStringLiteral("totalPendingInTrash"), smart.totalPendingInTrash()}});
+        QJsonObject object{{QStringLiteral("applied"), applied},
+                           {QStringLiteral("totalReclaimedThisSession"), smart.totalReclaimedThisSession()},
+                           {QStringLiteral("totalPendingInTrash"), smart.totalPendingInTrash()}};
+        if (failures > 0) {
+            const QString error = failures == 1
+                ? firstFailure
+                : QStringLiteral("%1 cards failed; the first, %2").arg(failures).arg(firstFailure);
+            object.insert(QStringLiteral("error"), error);
+        }
+        printJson(object);
     } else {
         QStringList summary;
         if (smart.totalReclaimedThisSession() >= 1)
@@ -181,7 +198,9 @@ QCoro::Task<int> CommandLine::easyClean(Parsed parsed)
                               {QStringLiteral("inTrash"), flow.inTrash()},
                               {QStringLiteral("result"), QJsonArray::fromStringList(blocks)}});
     } else {
-        m_out << "\n" << blocks.join(QLatin1Char('\n')) << "\n";
+        m_out << "\n";
+        for (const QString &block : blocks)
+            m_out << block << "\n";
     }
     co_return 0;
 }

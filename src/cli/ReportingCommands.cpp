@@ -21,34 +21,23 @@ QCoro::Task<int> CommandLine::report(Parsed parsed)
     // Said before printing, which takes a second: where the file can't go.
     struct stat st{};
     const std::filesystem::path folder = target.parent_path();
-    if (::stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-        m_err << "tessoly: the folder " << displayPath(folder) << " doesn't exist. Nothing was written.\n";
-        co_return 1;
-    }
-    if (::access(folder.c_str(), W_OK) != 0) {
-        m_err << "tessoly: the folder " << displayPath(folder) << " can't be written to. Nothing was written.\n";
-        co_return 1;
-    }
-    if (::stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-        m_err << "tessoly: " << displayPath(target) << " is a folder; name the PDF file to write.\n";
-        co_return 2;
-    }
+    if (::stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+        co_return fail(QStringLiteral("the folder %1 doesn't exist. Nothing was written.").arg(displayPath(folder)));
+    if (::access(folder.c_str(), W_OK) != 0)
+        co_return fail(QStringLiteral("the folder %1 can't be written to. Nothing was written.").arg(displayPath(folder)));
+    if (::stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+        co_return usageError(QStringLiteral("%1 is a folder; name the PDF file to write.").arg(displayPath(target)));
     platform::PdfRenderer *renderer = m_app.platform().pdfRenderer.get();
-    if (renderer == nullptr) {
-        m_err << "tessoly: this build has no PDF printer. Nothing was written.\n";
-        co_return 1;
-    }
+    if (renderer == nullptr)
+        co_return fail(QStringLiteral("this build has no PDF printer. Nothing was written."));
     showProgress(QStringLiteral("Printing the storage report…"));
     const QString html = StorageReportExporter::buildHTML(m_app.storageReport());
     const platform::RenderedPdf rendered = co_await renderer->render(html);
-    if (!rendered.error.isEmpty()) {
-        m_err << "tessoly: the report couldn't be printed: " << rendered.error << " Nothing was written.\n";
-        co_return 1;
-    }
-    if (const QString error = platform::writeFileAtomically(target, rendered.pdf, platform::FileAccess::UserDefault); !error.isEmpty()) {
-        m_err << "tessoly: the report couldn't be written to " << displayPath(target) << ": " << error << "\n";
-        co_return 1;
-    }
+    if (!rendered.error.isEmpty())
+        co_return fail(QStringLiteral("the report couldn't be printed: %1 Nothing was written.").arg(rendered.error));
+    const QString error = platform::writeFileAtomically(target, rendered.pdf, platform::FileAccess::UserDefault);
+    if (!error.isEmpty())
+        co_return fail(QStringLiteral("the report couldn't be written to %1: %2").arg(displayPath(target), error));
     if (json) {
         printJson(QJsonObject{{QStringLiteral("path"), pathToText(target)},
                               {QStringLiteral("bytes"), static_cast<qint64>(rendered.pdf.size())}});

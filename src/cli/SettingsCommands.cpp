@@ -96,10 +96,8 @@ int CommandLine::settings(const Parsed &parsed)
         const std::optional<QVariant> value = parseValue(key, store.value(key), parsed.words.at(1), &error);
         if (!value)
             return usageError(error);
-        if (!store.setValue(key, *value, &error)) {
-            m_err << error << " The setting keeps its old value.\n";
-            return 1;
-        }
+        if (!store.setValue(key, *value, &error))
+            return fail(error + QStringLiteral(" The setting keeps its old value."));
     }
     if (json)
         printJson(QJsonObject{{QStringLiteral("key"), key}, {QStringLiteral("value"), QJsonValue::fromVariant(store.value(key))}});

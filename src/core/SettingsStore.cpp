@@ -5,6 +5,7 @@
 
 #include <QMetaProperty>
 #include <cstring>
+#include <utility>
 
 namespace tessoly {
 namespace {
@@ -51,9 +52,10 @@ void SettingsStore::readAll()
 {
     const platform::DefaultsStore &defaults = m_defaults;
     const auto readBool = [&](const char *name, bool fallback) { return defaults.boolValue(key(name)).value_or(fallback); };
+    // A number an int can't hold reads as the default, never as a wrapped one.
     const auto readInt = [&](const char *name, int fallback) {
         const auto value = defaults.integerValue(key(name));
-        return value ? static_cast<int>(*value) : fallback;
+        return value && std::in_range<int>(*value) ? static_cast<int>(*value) : fallback;
     };
     const auto readString = [&](const char *name, const QString &fallback) {
         return defaults.stringValue(key(name)).value_or(fallback);

@@ -77,6 +77,7 @@ bool rankBefore(const Recommendation &a, const Recommendation &b)
 QVariantMap Recommendation::toVariant() const
 {
     return {{QStringLiteral("id"), id.toString(QUuid::WithoutBraces)},
+            {QStringLiteral("key"), key},
             {QStringLiteral("kind"), rawValue(kind)},
             {QStringLiteral("title"), title},
             {QStringLiteral("oneLiner"), oneLiner},
@@ -95,6 +96,7 @@ Recommendation makeCleanRecommendation(const CleanupTarget &target, qint64 bytes
 {
     Recommendation card;
     card.id = id;
+    card.key = QStringLiteral("clean.") + target.id;
     card.kind = Recommendation::Kind::Clean;
     card.riskLevel = riskOf(target.safety);
     card.title = QStringLiteral("Clear %1 — %2").arg(target.name, formatBytes(bytes));
@@ -145,10 +147,30 @@ Recommendation makeMoveRecommendation(const QString &category, qint64 bytes, con
     return card;
 }
 
+QString moveCardKey(const std::filesystem::path &folder, const std::filesystem::path &home)
+{
+    const std::filesystem::path below = liesInside(folder, home) ? folder.lexically_relative(home) : folder;
+    QString key = QStringLiteral("move.");
+    bool separated = true; // no "-" first
+    for (const QChar c : pathToText(below).toLower()) {
+        if (c.isLetterOrNumber()) {
+            key += c;
+            separated = false;
+        } else if (!separated) {
+            key += QLatin1Char('-');
+            separated = true;
+        }
+    }
+    if (key.endsWith(QLatin1Char('-')))
+        key.chop(1);
+    return key;
+}
+
 Recommendation makeSnapshotRecommendation(int snapshotCount)
 {
     Recommendation card;
     card.id = QUuid::createUuid();
+    card.key = QStringLiteral("snapshots");
     card.kind = Recommendation::Kind::Maintenance;
     card.riskLevel = Recommendation::Risk::Safe;
     card.title = QStringLiteral("Free hidden snapshot space (%1 Time Machine snapshot%2)")
@@ -179,6 +201,7 @@ std::optional<Recommendation> makeForecastRecommendation(std::optional<double> d
     }
     Recommendation card;
     card.id = QUuid::createUuid();
+    card.key = QStringLiteral("forecast");
     card.kind = Recommendation::Kind::Info;
     card.riskLevel = Recommendation::Risk::Safe;
     card.estimatedSavings = 0;

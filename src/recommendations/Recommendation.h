@@ -33,6 +33,9 @@ struct Recommendation {
     enum class Risk { Safe, Caution, Advanced };
 
     QUuid id;
+    // What the card acts on, the same in every scan, for naming a card from
+    // outside ("clean.<target id>", "move.<folder>", "snapshots", "forecast").
+    QString key;
     Kind kind = Kind::Info;
     QString title;
     QString oneLiner;
@@ -44,7 +47,7 @@ struct Recommendation {
     std::optional<std::filesystem::path> subjectPath{};
     bool hasAction = false;
 
-    // For the screens and --json: id, kind, title, oneLiner, explanation,
+    // For the screens and --json: id, key, kind, title, oneLiner, explanation,
     // estimatedSavings, risk, riskLabel, icon, tint, subjectPath, hasAction.
     [[nodiscard]] QVariantMap toVariant() const;
 };
@@ -61,6 +64,10 @@ struct Recommendation {
 [[nodiscard]] Recommendation makeCleanRecommendation(const CleanupTarget &target, qint64 bytes, const QUuid &id,
                                                      const std::filesystem::path &folder);
 [[nodiscard]] Recommendation makeMoveRecommendation(const QString &category, qint64 bytes, const std::filesystem::path &folder);
+// A move card's key: "move." and the folder below the home (else the whole
+// path) in lower case, each run of other characters than letters and digits
+// one "-": ~/Android/Sdk is "move.android-sdk".
+[[nodiscard]] QString moveCardKey(const std::filesystem::path &folder, const std::filesystem::path &home);
 [[nodiscard]] Recommendation makeSnapshotRecommendation(int snapshotCount);
 // None when there is no answer or it is 30 days or more.
 [[nodiscard]] std::optional<Recommendation> makeForecastRecommendation(std::optional<double> daysUntilFull,

@@ -221,6 +221,7 @@ QCoro::Task<std::vector<Recommendation>> SmartScanService::detectMoves()
     std::vector<Recommendation> cards;
     for (const MoveSuggestions::Suggestion &suggestion : m_moveSuggestions->suggestions()) {
         Recommendation card = makeMoveRecommendation(suggestion.category, suggestion.bytes, suggestion.url);
+        card.key = moveCardKey(suggestion.url, m_home);
         m_moveActions.insert(card.id, MoveAction{suggestion.url, suggestion.bytes, suggestion.category});
         cards.push_back(std::move(card));
     }

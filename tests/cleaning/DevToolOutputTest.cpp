@@ -2,6 +2,7 @@
 #include "cleaning/DevToolOutput.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 
 using namespace tessoly;
 using namespace tessoly::devtools;
@@ -15,6 +16,7 @@ TEST(DevToolOutput, SizesAreDecimalAndAnythingElseIsZero)
     EXPECT_EQ(parseSize("2TB"), 2'000'000'000'000);
     EXPECT_EQ(parseSize("N/A"), 0);
     EXPECT_EQ(parseSize("7PB"), 0);
+    EXPECT_EQ(parseSize("99999999999TB"), std::numeric_limits<qint64>::max()); // clamped, never wrapped
 }
 
 TEST(DevToolOutput, DockerDiskUsageAndPrune)
@@ -25,6 +27,9 @@ TEST(DevToolOutput, DockerDiskUsageAndPrune)
                        "{\"Reclaimable\":\"0B (0%)\",\"Type\":\"Local Volumes\"}\n"
                        "{\"Reclaimable\":\"300MB\",\"Type\":\"Build Cache\"}\n";
     EXPECT_EQ(dockerStatusFromDiskUsage(df), (DockerStatus{DockerStatus::State::Ready, 1'500'512'000}));
+    const QString huge = "{\"Reclaimable\":\"9000000TB\"}\n";
+    // A sum that would overflow stays at the top.
+    EXPECT_EQ(dockerStatusFromDiskUsage(huge + huge).reclaimableBytes, std::numeric_limits<qint64>::max());
     EXPECT_EQ(dockerStatusFromDiskUsage(""), (DockerStatus{DockerStatus::State::NotRunning, 0}));
     EXPECT_EQ(dockerStatusFromDiskUsage("Cannot connect to the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?\n")
                   .state,
@@ -46,16 +51,19 @@ TEST(DevToolOutput, SimulatorRuntimesAndDevices)
       "B2": {"identifier": "B2", "runtimeIdentifier": "com.apple.CoreSimulator.SimRuntime.iOS-16-4",
              "sizeBytes": 8000000000, "lastUsedAt": "yesterday", "deletable": false},
       "C3": {"identifier": "C3", "runtimeIdentifier": "com.apple.CoreSimulator.SimRuntime.tvOS-17-0", "sizeBytes": 0},
-      "D4": {"runtimeIdentifier": "com.apple.CoreSimulator.SimRuntime.xrOS-1-0", "sizeBytes": 5000000000}
+      "D4": {"runtimeIdentifier": "com.apple.CoreSimulator.SimRuntime.xrOS-1-0", "sizeBytes": 5000000000},
+      "E5": {"identifier": "E5", "runtimeIdentifier": "com.apple.CoreSimulator.SimRuntime.iOS-99-0", "sizeBytes": 1e308},
+      "F6": {"identifier": "F6", "runtimeIdentifier": "com.apple.CoreSimulator.SimRuntime.iOS-1-0", "sizeBytes": -5}
     })";
     const auto runtimes = parseRuntimes(list);
-    ASSERT_EQ(runtimes.size(), 2u); // no size, no identifier: dropped
-    EXPECT_EQ(runtimes[0].name, "iOS 16.4");
-    EXPECT_FALSE(runtimes[0].deletable);
-    EXPECT_FALSE(runtimes[0].lastUsedAt.has_value());
-    EXPECT_EQ(runtimes[0].state, "Unknown");
-    EXPECT_EQ(runtimes[1].id, "A1");
-    EXPECT_EQ(runtimes[1].lastUsedAt->toUTC(), QDateTime(QDate(2026, 10, 1), QTime(8, 30), Qt::UTC));
+    ASSERT_EQ(runtimes.size(), 3u); // no size, no identifier, a negative size: dropped
+    EXPECT_EQ(runtimes[0].bytes, std::numeric_limits<qint64>::max());
+    EXPECT_EQ(runtimes[1].name, "iOS 16.4");
+    EXPECT_FALSE(runtimes[1].deletable);
+    EXPECT_FALSE(runtimes[1].lastUsedAt.has_value());
+    EXPECT_EQ(runtimes[1].state, "Unknown");
+    EXPECT_EQ(runtimes[2].id, "A1");
+    EXPECT_EQ(runtimes[2].lastUsedAt->toUTC(), QDateTime(QDate(2026, 10, 1), QTime(8, 30), Qt::UTC));
     EXPECT_TRUE(parseRuntimes("xcrun: error: unable to find utility \"simctl\"").empty());
 
     EXPECT_EQ(countUnavailableDevices(R"({"devices": {"iOS 17.2": [{"isAvailable": true}, {"isAvailable": false}],

@@ -87,3 +87,37 @@ TEST(AnalysisToolsCommand, SearchAppsAndXRay)
     EXPECT_TRUE(cleaned.out.startsWith("Moved ")) << cleaned.out.toStdString();
     EXPECT_FALSE(fs::exists(home.cacheHome() / "org.example.Notes"));
 }
+
+TEST(AnalysisToolsCommand, ShownInTheFileManagerOnlyWhenItWas)
+{
+    TempHome home;
+    writeFile(home.trash() / "files/old.txt", std::string(64 * 1024, 't'));
+    // No session bus here, and an opener that exits with the status in a file.
+    const fs::path bin = home.path() / "bin";
+    writeFile(bin / "xdg-open", "#!/bin/sh\necho \"$1\" > \"$0.asked\"\nexit $(cat \"$0.status\")\n");
+    fs::permissions(bin / "xdg-open", fs::perms::owner_all);
+    const QByteArray path = qgetenv("PATH");
+    const QByteArray bus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("PATH", QByteArray::fromStdString(bin.native()) + ':' + path);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+
+    writeFile(bin / "xdg-open.status", "3\n");
+    const ProcessRun refused = runProcess(TESSOLY_BINARY, {"xray", "--perform", "xray.trash"});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(refused.out.startsWith("Couldn't show ")) << refused.out.toStdString();
+    EXPECT_TRUE(refused.out.contains("xdg-open failed (exit status 3)"));
+    const ProcessRun refusedJson = runProcess(TESSOLY_BINARY, {"xray", "--perform", "xray.trash", "--json"});
+    EXPECT_EQ(refusedJson.exitCode, 1);
+    const QJsonObject error = QJsonDocument::fromJson(refusedJson.out).object();
+    EXPECT_FALSE(error.value("success").toBool());
+    EXPECT_TRUE(error.value("error").toString().startsWith("Couldn't show ")) << refusedJson.out.toStdString();
+
+    writeFile(bin / "xdg-open.status", "0\n");
+    const QJsonObject shown = jsonOf(runProcess(TESSOLY_BINARY, {"xray", "--perform", "xray.trash", "--json"}));
+    EXPECT_TRUE(shown.value("success").toBool());
+    EXPECT_TRUE(shown.value("message").toString().startsWith("Shown in the file manager: "));
+    EXPECT_EQ(readFile(bin / "xdg-open.asked"), home.dataHome().native() + "\n");
+
+    qputenv("PATH", path);
+    bus.isNull() ? qunsetenv("DBUS_SESSION_BUS_ADDRESS") : qputenv("DBUS_SESSION_BUS_ADDRESS", bus);
+}

@@ -1,5 +1,6 @@
 #include "TestSupport.h"
 #include "cleaning/CleanupHistoryStore.h"
+#include "cli/TerminalText.h"
 #include "platform/linux/FreedesktopTrash.h"
 
 #include <QJsonArray>
@@ -96,8 +97,48 @@ TEST_F(Cli, WrongCommandsGetOneLineAndStatusTwo)
         EXPECT_EQ(run.err.count('\n'), 1) << run.err.toStdString();
         EXPECT_TRUE(run.err.startsWith("tessoly: "));
         EXPECT_TRUE(run.out.isEmpty());
+        // A script gets the same words as JSON on stdout.
+        const ProcessRun json = runTessoly(arguments + QStringList{"--json"});
+        EXPECT_EQ(json.exitCode, 2);
+        const QJsonObject error = QJsonDocument::fromJson(json.out).object();
+        EXPECT_EQ(error.value("error").toString().toUtf8(), json.err.mid(9).chopped(1)) << json.out.toStdString();
     }
     EXPECT_EQ(runTessoly({"help"}).exitCode, 0);
+}
+
+TEST(TerminalText, WhatATerminalWouldActOnIsEscaped)
+{
+    const struct {
+        QString name;
+        QString shown;
+    } cases[] = {
+        {"plain name.txt", "plain name.txt"},
+        {"a\x1b[2Jb", "a\\x1b[2Jb"},
+        {"two\nlines\r\t", "two\\nlines\\r\\t"},
+        {QString("del\x7f") + QChar(0x9b) + "c1", "del\\x7f\\x9bc1"},
+        {QString("gpj") + QChar(0x202e) + ".exe" + QChar(0x2028), "gpj\\u202e.exe\\u2028"},
+        {QString("raw") + QChar(0xdcff), "raw\\xff"}, // a byte that isn't UTF-8
+        {"café 📁 日本", "café 📁 日本"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(printable(c.name), c.shown) << c.name.toStdString();
+}
+
+TEST_F(Cli, HostileNamesAreShownEscapedAndExactInJson)
+{
+    const fs::path hostile = home.path() / "Documents/evil\x1b]0;owned\x07\nfake line\x7f\xc2\x9b.bin";
+    writeFile(hostile, "x");
+    const ProcessRun words = runTessoly({"search", "evil"});
+    ASSERT_EQ(words.exitCode, 0) << words.err.toStdString();
+    EXPECT_TRUE(words.out.contains("~/Documents/evil\\x1b]0;owned\\x07\\nfake line\\x7f\\x9b.bin\n"))
+        << words.out.toStdString();
+    for (const char *raw : {"\x1b", "\x07", "\x7f", "\xc2\x9b", "\nfake"})
+        EXPECT_FALSE(words.out.contains(raw)) << raw;
+
+    const ProcessRun json = runTessoly({"search", "evil", "--json"});
+    const QJsonArray results = QJsonDocument::fromJson(json.out).object().value("results").toArray();
+    ASSERT_EQ(results.size(), 1) << json.out.toStdString();
+    EXPECT_EQ(results[0].toObject().value("path").toString().toStdString(), hostile.native());
 }
 
 TEST_F(Cli, UnreadableHistoryNeverStopsTheProgram)

@@ -44,5 +44,15 @@ TEST(DevCleanCommand, ListsFindingsAndRunsOneActionAtATime)
     EXPECT_EQ(deleted.exitCode, 0) << deleted.err.toStdString();
     EXPECT_EQ(deleted.out, "Moved to Trash — empty the Trash to reclaim 83.9 MB.\n");
     EXPECT_TRUE(fs::exists(home.trash() / "files/node_modules/lodash/blob"));
+
+    // --json is one JSON object whatever happens, a failure's with its words under "error".
+    const ProcessRun nothing = runProcess(TESSOLY_BINARY, {"devclean", "--remove-unavailable", "--json"});
+    EXPECT_EQ(nothing.exitCode, 0);
+    EXPECT_EQ(QJsonDocument::fromJson(nothing.out).object().value("message"), "No orphaned simulator devices.");
+    qputenv("TESSOLY_DOCKER", QByteArray::fromStdString((home.path() / "no-docker").native()));
+    const ProcessRun absent = runProcess(TESSOLY_BINARY, {"devclean", "--prune-docker", "--json"});
+    EXPECT_EQ(absent.exitCode, 1);
+    EXPECT_EQ(QJsonDocument::fromJson(absent.out).object().value("error"), "Docker isn't installed on this Mac.");
+    EXPECT_EQ(absent.err, "tessoly: Docker isn't installed on this Mac.\n");
     qunsetenv("TESSOLY_DOCKER");
 }

@@ -65,7 +65,7 @@ TEST(LinuxLocations, BrowserCachesUnderXdgCacheHomeAreMeasuredAndCleaned)
     ::setenv("XDG_CACHE_HOME", home.cacheHome().c_str(), 1);
 }
 
-TEST(SmartScanCommand, ListsRankedCardsAndAppliesThemByRank)
+TEST(SmartScanCommand, ListsRankedCardsAndAppliesTheCardNamedEvenAfterTheRanksMoved)
 {
     TempHome home;
     allocate(home.cacheHome() / "google-chrome/Default/Cache/data", GiB + (300 << 20));
@@ -78,27 +78,35 @@ TEST(SmartScanCommand, ListsRankedCardsAndAppliesThemByRank)
     ASSERT_EQ(cards.size(), 3) << listed.out.toStdString();
     // Chrome 1.4 GB and npm 1.2 GB are safe; the caution 2.1 GB card scores 1.5 GB.
     EXPECT_TRUE(cards[0].toObject().value("title").toString().startsWith("Clear Android Virtual Device snapshots — "));
+    EXPECT_EQ(cards[0].toObject().value("id").toString(), "clean.android.avd");
     EXPECT_EQ(cards[0].toObject().value("risk").toString(), "caution");
-    EXPECT_TRUE(cards[1].toObject().value("title").toString().startsWith("Clear Chrome cache — "));
+    EXPECT_EQ(cards[1].toObject().value("id").toString(), "clean.user.chrome");
+    EXPECT_EQ(cards[2].toObject().value("id").toString(), "clean.web.npm");
     EXPECT_EQ(cards[2].toObject().value("rank").toInt(), 3);
 
     const ProcessRun text = runTessoly({"smart-scan"});
     EXPECT_TRUE(text.out.startsWith("3 recommendations\n\n1. Clear Android Virtual Device snapshots — ")) << text.out.toStdString();
     EXPECT_NE(text.out.indexOf("   Caution · est. savings "), -1);
+    EXPECT_NE(text.out.indexOf(" · id clean.web.npm\n"), -1);
 
-    const ProcessRun none = runTessoly({"smart-scan", "--apply", "4"});
-    EXPECT_EQ(none.exitCode, 2);
-    EXPECT_EQ(none.err, "tessoly: there is no card 4: this scan found 3.\n");
-    EXPECT_EQ(runTessoly({"smart-scan", "--apply", "one"}).exitCode, 2);
+    // Ranks are refused; a card that isn't there stops everything before anything is applied.
+    EXPECT_EQ(runTessoly({"smart-scan", "--apply", "3"}).exitCode, 2);
+    const ProcessRun gone = runTessoly({"smart-scan", "--apply", "clean.web.npm,clean.web.yarn", "--json"});
+    EXPECT_EQ(gone.exitCode, 2);
+    EXPECT_TRUE(gone.err.startsWith("tessoly: no card “clean.web.yarn” in this scan")) << gone.err.toStdString();
+    const QString error = QJsonDocument::fromJson(gone.out).object().value("error").toString();
+    EXPECT_TRUE(error.startsWith("no card “clean.web.yarn”")) << error.toStdString();
+    EXPECT_FALSE(fs::is_empty(home.path() / ".npm"));
 
-    const ProcessRun applied = runTessoly({"smart-scan", "--apply", "2,3"});
+    // npm grows past Chrome: rank 2 is npm now, but the card named is Chrome's.
+    allocate(home.path() / ".npm/_cacache/blob2", GiB);
+    const ProcessRun applied = runTessoly({"smart-scan", "--apply", "clean.user.chrome"});
     ASSERT_EQ(applied.exitCode, 0) << applied.err.toStdString();
     EXPECT_NE(applied.out.indexOf(" from Chrome cache to the Trash — empty the Trash to reclaim the space.\n   Status: succeeded"), -1)
         << applied.out.toStdString();
-    EXPECT_NE(applied.out.indexOf(" from npm cache to the Trash"), -1);
+    EXPECT_TRUE(fs::is_empty(home.cacheHome() / "google-chrome"));
+    EXPECT_FALSE(fs::is_empty(home.path() / ".npm"));
     EXPECT_NE(applied.out.indexOf(" waiting in Trash\n"), -1);
-    EXPECT_TRUE(fs::exists(home.path() / ".android/avd/Pixel.avd/snapshots/default_boot/ram.img"));
-    EXPECT_TRUE(fs::is_empty(home.path() / ".npm"));
 }
 
 TEST(SmartScanCommand, EasyCleanPrintsEachStepAndWhatTheDiskGained)

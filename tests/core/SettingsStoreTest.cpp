@@ -91,8 +91,10 @@ TEST_F(Settings, WronglyTypedValuesReadAsDefaultsAndStayInPlace)
         "TessolySettings.notificationsEnabled": {"int": 0},
         "TessolySettings.lowDiskThresholdPercent": {"string": "95"},
         "TessolySettings.autopilotMinFreeGB": {"int": 2.5},
+        "TessolySettings.externalDriveMinFreeGB": {"int": 3000000000},
         "TessolySettings.interfaceMode": {"bool": true},
-        "TessolySettings.showMenubarIcon": "false"
+        "TessolySettings.showMenubarIcon": "false",
+        "TessolyAutopilot.lastRunAt": {"int": 1e300}
     })";
     writeFile(file, content);
     platform::JsonDefaultsStore defaults(file);
@@ -100,6 +102,8 @@ TEST_F(Settings, WronglyTypedValuesReadAsDefaultsAndStayInPlace)
     EXPECT_TRUE(settings.notificationsEnabled());
     EXPECT_EQ(settings.lowDiskThresholdPercent(), 90);
     EXPECT_EQ(settings.autopilotMinFreeGB(), 20);
+    EXPECT_EQ(settings.externalDriveMinFreeGB(), 10); // too big for an int: not wrapped to a negative
+    EXPECT_FALSE(defaults.integerValue("TessolyAutopilot.lastRunAt").has_value()); // beyond 64 bits
     EXPECT_TRUE(settings.showMenubarIcon());
     // The interface mode key is present (if unusable), so this is no upgrade: "simple".
     EXPECT_EQ(settings.interfaceMode(), "simple");

@@ -5,6 +5,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <cmath>
 
 namespace tessoly::platform {
 namespace {
@@ -19,11 +20,12 @@ std::optional<QVariant> decodeTagged(const QJsonValue &tagged)
     if (tag == QLatin1String("bool") && value.isBool())
         return QVariant(value.toBool());
     if (tag == QLatin1String("int") && value.isDouble()) {
+        // A fraction, or a number beyond 64 bits (whose cast would be
+        // undefined), reads as absent.
         const double number = value.toDouble();
-        const auto integer = static_cast<qint64>(number);
-        if (static_cast<double>(integer) != number)
+        if (!(number >= -0x1p63 && number < 0x1p63) || std::trunc(number) != number)
             return std::nullopt;
-        return QVariant(integer);
+        return QVariant(static_cast<qint64>(number));
     }
     if (tag == QLatin1String("double") && value.isDouble())
         return QVariant(value.toDouble());

@@ -10,6 +10,7 @@
 
 #include <QCoroDBus>
 #include <QCoroProcess>
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QFile>
@@ -30,9 +31,7 @@ std::optional<VolumeAttributes> StatvfsVolumeInfo::attributesOfFileSystem(const 
     return VolumeAttributes{static_cast<qint64>(st.f_blocks) * fragment, available, available, available};
 }
 
-namespace {
-
-QCoro::Task<void> showItems(std::filesystem::path item)
+QCoro::Task<QString> FileManagerRevealer::show(std::filesystem::path item)
 {
     const QString url = QUrl::fromLocalFile(QFile::decodeName(item.c_str())).toString(QUrl::FullyEncoded);
     QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
@@ -41,20 +40,41 @@ QCoro::Task<void> showItems(std::filesystem::path item)
                                                        QStringLiteral("ShowItems"));
     call << QStringList{url} << QString();
     QDBusConnection bus = QDBusConnection::sessionBus();
-    bool shown = false;
+    QString dbus = QStringLiteral("there is no session bus");
     if (bus.isConnected()) {
         const QDBusMessage reply = co_await bus.asyncCall(call, 5000);
-        shown = reply.type() == QDBusMessage::ReplyMessage;
+        if (reply.type() == QDBusMessage::ReplyMessage)
+            co_return QString();
+        dbus = QStringLiteral("no file manager answered on the session bus (%1)").arg(reply.errorMessage());
     }
-    if (!shown)
-        QProcess::startDetached(QStringLiteral("xdg-open"), {QFile::decodeName(item.parent_path().c_str())});
-}
 
-} // namespace
+    // The opener on the parent folder counts only when it exits 0. One that
+    // is still running after the limit is left to run (it may be the file
+    // manager itself), but nobody has said it showed anything.
+    auto *opener = new QProcess(QCoreApplication::instance());
+    opener->setStandardOutputFile(QProcess::nullDevice());
+    opener->setStandardErrorFile(QProcess::nullDevice());
+    opener->setProgram(QStringLiteral("xdg-open"));
+    opener->setArguments({QFile::decodeName(item.parent_path().c_str())});
+    if (!co_await qCoro(*opener).start()) {
+        opener->deleteLater();
+        co_return QStringLiteral("%1, and xdg-open couldn't be started").arg(dbus);
+    }
+    if (!co_await qCoro(*opener).waitForFinished(10000)) {
+        QObject::connect(opener, &QProcess::finished, opener, &QObject::deleteLater);
+        co_return QStringLiteral("%1, and xdg-open didn't finish within 10 seconds").arg(dbus);
+    }
+    const bool opened = opener->exitStatus() == QProcess::NormalExit && opener->exitCode() == 0;
+    const int status = opener->exitCode();
+    opener->deleteLater();
+    if (!opened)
+        co_return QStringLiteral("%1, and xdg-open failed (exit status %2)").arg(dbus).arg(status);
+    co_return QString();
+}
 
 void FileManagerRevealer::reveal(const std::filesystem::path &item)
 {
-    showItems(item);
+    show(item);
 }
 
 QCoro::Task<ProcessOutput> QtProcessRunner::run(std::filesystem::path program, QStringList arguments,

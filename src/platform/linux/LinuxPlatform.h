@@ -11,10 +11,12 @@ public:
 };
 
 // org.freedesktop.FileManager1.ShowItems over the session bus, falling back
-// to opening the parent folder with xdg-open.
+// to opening the parent folder with xdg-open. Shown means the bus call was
+// answered or xdg-open exited 0.
 class FileManagerRevealer final : public Revealer {
 public:
     void reveal(const std::filesystem::path &item) override;
+    QCoro::Task<QString> show(std::filesystem::path item) override;
 };
 
 // QProcess with an argument vector; output read after exit.
