@@ -1,6 +1,7 @@
 import QtQuick
 import QtTest
 import Tessoly
+import TessolyTest
 
 // What every screen test shares: finding items, recording the values a
 // property takes, waiting for layouts, clicking inside scrolled pages and
@@ -21,6 +22,14 @@ TestCase {
     function arrived(name, within) {
         tryVerify(() => findChild(within === undefined ? scope : within, name) !== null, 5000, name + " came")
         return child(name, within)
+    }
+
+    // Scripted drives (see Hooks.setDrives), once the drive list shows them all.
+    function setDrives(drives) {
+        Hooks.setDrives(drives)
+        const names = drives.map(d => d.name).sort().join(",")
+        tryVerify(() => Services.drives.drives.map(d => d.name).sort().join(",") === names, 5000, "drives " + names)
+        laidOut()
     }
 
     // Each named item under `within` shows that text: shows({ title: "A", count: "2" }).
@@ -45,9 +54,10 @@ TestCase {
         return seen
     }
 
-    // Waits until no item under `item` (the scope by default) has a layout pass pending.
+    // Waits until no shown item under `item` (the scope by default) has a layout
+    // pass pending (hidden ones are laid out only once shown).
     function laidOut(item) {
-        const pending = it => isPolishScheduled(it) || Array.from(it.children).some(pending)
+        const pending = it => it.visible && (isPolishScheduled(it) || Array.from(it.children).some(pending))
         tryVerify(() => !pending(item === undefined ? scope : item), 5000, "the page is laid out")
     }
 

@@ -25,12 +25,6 @@ Item {
             return rows
         }
 
-        function setDrives(drives) {
-            Hooks.setDrives(drives)
-            const names = drives.map(d => d.name).sort().join(",")
-            tryVerify(() => Services.drives.drives.map(d => d.name).sort().join(",") === names)
-        }
-
         function chooseFirstDrive() {
             tryVerify(() => driveRows().length > 0 && driveRows()[0].width > 0)
             mouseClick(driveRows()[0])

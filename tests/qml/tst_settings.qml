@@ -40,12 +40,6 @@ Item {
             mouseClick(child(name).control)
             laidOut()
         }
-        function setDrives(drives) {
-            Hooks.setDrives(drives)
-            const names = drives.map(d => d.name).sort().join(",")
-            tryVerify(() => Services.drives.drives.map(d => d.name).sort().join(",") === names)
-            laidOut()
-        }
 
         function init() {
             settings.autopilotEnabled = false
@@ -180,7 +174,7 @@ Item {
 
             setDrives([{ name: "Backup", format: "ext4", free: 500e9, total: 1000e9 },
                        { name: "Stick", format: "ExFAT", free: 60e9, total: 64e9 }])
-            verify(!empty.visible)
+            tryCompare(empty, "visible", false)
             const names = Services.drives.drives.map(d => d.name)
             compare(labels("defaultDestinationRow"), ["Ask each time"].concat(names))
             choose("defaultDestinationRow", "Stick")
@@ -189,7 +183,7 @@ Item {
             compare(stored("defaultExternalDriveName"), "")
 
             const at = names.indexOf("Backup")
-            const backupRow = child("destinationRow_" + at)
+            const backupRow = arrived("destinationRow_" + at)
             const notConfigured = "Not configured — Tessoly will ask when you first move something here"
             compare(child("driveName", backupRow).text, "Backup")
             compare(child("driveFolder", backupRow).text, notConfigured)
@@ -213,6 +207,7 @@ Item {
             // The chosen default stays stored when its drive goes away.
             choose("defaultDestinationRow", "Backup")
             setDrives([])
+            tryCompare(empty, "visible", true)
             compare(menu("defaultDestinationRow").currentIndex, -1)
             compare(stored("defaultExternalDriveName"), "Backup")
         }
