@@ -19,32 +19,27 @@ Item {
 
         readonly property var devClean: Services.devClean
 
-        // The fake tools wait while "tools/hold" exists (to catch an action in
-        // progress), then answer from text files beside them.
-        readonly property string dockerScript: `here=$(dirname "$0")
+        readonly property string df: "system df --format {{json .}}"
+        readonly property string dockerDown:
+            `echo "Cannot connect to the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?" >&2; exit 1`
+
+        // A fake command-line tool: each call runs the shell snippet written for
+        // its arguments in "tools/answers/<tool>/<arguments>". It waits while
+        // "tools/hold" exists, to catch an action in progress.
+        function fakeTool(tool, answers) {
+            Hooks.removePath("tools/answers/" + tool)
+            for (const args in answers)
+                Hooks.writeText("tools/answers/" + tool + "/" + args, answers[args])
+            Hooks.writeTool(tool, `here=$(dirname "$0"); answer="$here/answers/${tool}/$*"
 while [ -f "$here/hold" ]; do sleep 0.02; done
-case "$*" in
-  "system df --format {{json .}}") cat "$here/docker-df.txt" ;;
-  "system prune -af") cat "$here/docker-prune.txt"; echo '{"Active":"2","Reclaimable":"0B (0%)","Size":"1.2GB","TotalCount":"2","Type":"Images"}' > "$here/docker-df.txt" ;;
-  *) echo "unexpected: $*" >&2; exit 2 ;;
-esac
-`
-        readonly property string dockerDownScript: `while [ -f "$(dirname "$0")/hold" ]; do sleep 0.02; done
-echo "Cannot connect to the Docker daemon at unix:///var/run/docker.sock. Is the docker daemon running?" >&2
-exit 1
-`
-        readonly property string xcrunScript: `here=$(dirname "$0")
-while [ -f "$here/hold" ]; do sleep 0.02; done
-case "$*" in
-  "simctl runtime list -j") cat "$here/runtimes.json" ;;
-  "simctl list devices -j") cat "$here/devices.json" ;;
-  "simctl runtime delete "*)
-    if [ -f "$here/runtimes-without-$4.json" ]; then mv "$here/runtimes-without-$4.json" "$here/runtimes.json"
-    else echo "the runtime is in use." >&2; exit 1; fi ;;
-  "simctl delete unavailable") echo '{"devices":{}}' > "$here/devices.json" ;;
-  *) echo "unexpected: $*" >&2; exit 2 ;;
-esac
-`
+if [ -f "$answer" ]; then . "$answer"; else echo "unexpected: $*" >&2; exit 2; fi`)
+        }
+        // Snippets: print a text; from now on answer other arguments by printing another.
+        function prints(text) { return "cat <<'END'\n" + text + "\nEND\n" }
+        function later(tool, args, text) {
+            return `printf '%s\\n' "cat <<'END'" '${text}' END > "$here/answers/${tool}/${args}"\n`
+        }
+
         function scan() {
             const button = child("scanButton")
             tryCompare(button, "enabled", true)
@@ -100,7 +95,7 @@ esac
             showing({ devCleanEmpty: true, nodeModulesCard: false, dockerCard: false, simulatorsCard: false })
 
             // A docker that holds its answer keeps the scan running.
-            Hooks.writeTool("docker", dockerDownScript)
+            fakeTool("docker", { [df]: dockerDown })
             hold(true)
             mouseClick(button)
             tryCompare(devClean, "isScanning", true)
@@ -120,25 +115,25 @@ esac
 
         function test_docker_status_data() {
             return [{ tag: "not installed", script: "", status: "Docker isn't installed on this Mac." },
-                    { tag: "not running", script: dockerDownScript,
+                    { tag: "not running", script: dockerDown,
                       status: "Docker isn't running. Start Docker Desktop, then re-scan to see how much is reclaimable." }]
         }
         function test_docker_status(row) {
             if (row.script === "")
                 Hooks.removePath("tools/docker")
             else
-                Hooks.writeTool("docker", row.script)
+                fakeTool("docker", { [df]: row.script })
             scan()
             showing({ dockerStatus: true, dockerReady: false, dockerResult: false })
             compare(child("dockerStatusText").text, row.status)
         }
 
         function test_docker_prune_shows_its_work_and_outcome() {
-            Hooks.writeText("tools/docker-df.txt",
-                '{"Active":"2","Reclaimable":"1.2GB (50%)","Size":"2.4GB","TotalCount":"5","Type":"Images"}\n'
-                + '{"Active":"0","Reclaimable":"300MB","Size":"300MB","TotalCount":"12","Type":"Build Cache"}\n')
-            Hooks.writeText("tools/docker-prune.txt", "Deleted Images:\nuntagged: node:18\n\nTotal reclaimed space: 1.5GB\n")
-            Hooks.writeTool("docker", dockerScript)
+            fakeTool("docker", {
+                [df]: prints('{"Active":"2","Reclaimable":"1.2GB (50%)","Size":"2.4GB","TotalCount":"5","Type":"Images"}\n'
+                             + '{"Active":"0","Reclaimable":"300MB","Size":"300MB","TotalCount":"12","Type":"Build Cache"}'),
+                "system prune -af": prints("Deleted Images:\nuntagged: node:18\n\nTotal reclaimed space: 1.5GB")
+                    + later("docker", df, '{"Active":"2","Reclaimable":"0B (0%)","Size":"1.2GB","TotalCount":"2","Type":"Images"}') })
             scan()
             showing({ dockerStatus: false, dockerReady: true })
             verify(devClean.docker.reclaimableBytes > 0)
@@ -216,10 +211,10 @@ esac
                            WATCH: ["watchOS-10-0", 3200000000, true, 14] }
             const without = Object.assign({}, list)
             delete without.IOS17
-            Hooks.writeText("tools/runtimes.json", runtimes(list))
-            Hooks.writeText("tools/runtimes-without-IOS17.json", runtimes(without))
-            Hooks.writeText("tools/devices.json", devices(2))
-            Hooks.writeTool("xcrun", xcrunScript)
+            fakeTool("xcrun", { "simctl runtime list -j": prints(runtimes(list)), "simctl list devices -j": prints(devices(2)),
+                                "simctl runtime delete IOS17": later("xcrun", "simctl runtime list -j", runtimes(without)),
+                                "simctl runtime delete WATCH": `echo "the runtime is in use." >&2; exit 1`,
+                                "simctl delete unavailable": later("xcrun", "simctl list devices -j", devices(0)) })
             scan()
 
             shows({ simulatorsTotal: Format.bytes(16700000000), simulatorsTotalCaption: "in 3 runtimes",
@@ -264,7 +259,7 @@ esac
             tryCompare(child("orphanedResult"), "visible", true, 10000)
             tryCompare(child("orphanedDevices"), "visible", false)
 
-            Hooks.writeText("tools/devices.json", devices(1))
+            Hooks.writeText("tools/answers/xcrun/simctl list devices -j", prints(devices(1)))
             scan()
             compare(child("orphanedCount").text, "1 orphaned simulator device")
             verify(!child("orphanedResult").visible)
@@ -277,9 +272,8 @@ esac
             root.width = 744
             root.height = 640
             Hooks.makeAllocated("code/a-project-with-a-rather-long-name-that-a-narrow-window-has-to-shorten-somewhere/node_modules/pkg/blob.bin", 55 * 1048576)
-            Hooks.writeText("tools/runtimes.json", runtimes({ K: ["iOS-16-4", 6100000000, false], D: ["iOS-17-2", 7400000000, true] }))
-            Hooks.writeText("tools/devices.json", devices(3))
-            Hooks.writeTool("xcrun", xcrunScript)
+            fakeTool("xcrun", { "simctl runtime list -j": prints(runtimes({ K: ["iOS-16-4", 6100000000, false], D: ["iOS-17-2", 7400000000, true] })),
+                                "simctl list devices -j": prints(devices(3)) })
             scan()
 
             leftOf([["headerBody", "scanButton"], ["nodeModulesDescription", "nodeModulesTotal"],
