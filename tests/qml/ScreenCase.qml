@@ -25,10 +25,13 @@ TestCase {
     }
 
     // Scripted drives (see Hooks.setDrives), once the drive list shows them all.
+    // One refresh at a time: an earlier one still listing could land last.
     function setDrives(drives) {
+        tryVerify(() => !Services.drives.isRefreshing, 5000, "no drive refresh under way")
         Hooks.setDrives(drives)
         const names = drives.map(d => d.name).sort().join(",")
-        tryVerify(() => Services.drives.drives.map(d => d.name).sort().join(",") === names, 5000, "drives " + names)
+        tryVerify(() => !Services.drives.isRefreshing && Services.drives.drives.map(d => d.name).sort().join(",") === names,
+                  5000, "drives " + names)
         laidOut()
     }
 

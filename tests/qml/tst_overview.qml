@@ -26,7 +26,7 @@ Item {
 
         function initTestCase() {
             Theme.reduceMotion = true
-            Hooks.setDrives([])
+            setDrives([])
         }
 
         function init() {
@@ -79,14 +79,20 @@ Item {
             verify(start.enabled)
             showing({ rescan: false, heroSummary: false, recommendationsPanel: false, skippedSection: false })
 
+            // The same face tells the progress while the scan runs (recorded: a scan
+            // of an empty home may end within the click).
+            const headlines = record(child("heroHeadline"), "text")
+            const texts = record(start, "text")
+            const enabled = record(start, "enabled")
+            const busy = record(child("heroBusy"), "visible")
+            const bodies = record(child("heroBody"), "text")
             mouseClick(start)
-            // The same face tells the progress while the scan runs.
-            compare(child("heroHeadline").text, "Smart Scan in progress…")
-            compare(start.text, "Scanning…")
-            verify(!start.enabled)
-            verify(child("heroBusy").visible)
-            compare(child("heroBody").text, smartScan.scanProgress)
             tryCompare(smartScan, "hasScanned", true, 20000)
+            verify(headlines.indexOf("Smart Scan in progress…") > 0, headlines)
+            verify(texts.indexOf("Scanning…") > 0, texts)
+            verify(enabled.indexOf(false) > 0, enabled)
+            verify(busy.indexOf(true) > 0, busy)
+            verify(bodies.slice(1).some(body => body !== "" && body !== bodies[0]), bodies) // the scan's progress
 
             compare(child("heroHeadline").text, "Smart Scan complete")
             tryCompare(child("heroSummary"), "text", "0 recommendations")
