@@ -161,14 +161,6 @@ public:
         DiskScannerTestAccess::setBigFiles(*m_app->scanner(), rows);
     }
 
-    // Browser caches for the Everyday Mac profile: Chrome 3 items, Firefox 1 item.
-    Q_INVOKABLE void seedCaches()
-    {
-        for (const char *name : {"data_0", "data_1", "index"})
-            test::writeFile(platform::locate("Library/Caches/Google/Chrome", m_home.path()) / name, std::string(200'000, 'c'));
-        test::writeFile(platform::locate("Library/Caches/Firefox", m_home.path()) / "cache2/blob", std::string(100'000, 'f'));
-    }
-
     // A cleanup of three cache folders, really in the Trash; returns the first original path.
     Q_INVOKABLE QString seedHistory()
     {
@@ -212,15 +204,6 @@ public:
             m_mounts->volumes.push_back(volume);
         }
         m_app->drives()->startRefresh();
-    }
-
-    // A folder of a few files under the test home; returns its path.
-    Q_INVOKABLE QString makeFolder(const QString &relative)
-    {
-        const fs::path folder = m_home.path() / relative.toStdString();
-        for (int i = 0; i < 3; ++i)
-            test::writeFile(folder / ("part" + std::to_string(i)), std::string(5000, 'x'));
-        return QString::fromStdString(folder.native());
     }
 
     // The scripted free space less what the test home's files take up, from now on.
@@ -282,13 +265,8 @@ public:
         writeWhole(file, "#!/bin/sh\n" + script.toStdString(), 0755);
         return QString::fromStdString(file.native());
     }
-    Q_INVOKABLE void removeTool(const QString &name)
-    {
-        std::error_code error;
-        fs::remove(toolPath(name), error);
-    }
 
-    // A text file under the test home (recorded outputs for the fake tools, project files).
+    // A text file under the test home, or at an absolute path (recorded outputs for the fake tools, project files).
     Q_INVOKABLE QString writeText(const QString &relative, const QString &text)
     {
         const fs::path file = m_home.path() / relative.toStdString();

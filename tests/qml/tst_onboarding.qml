@@ -3,6 +3,8 @@ import QtTest
 import Tessoly
 import TessolyTest
 
+// The welcome tour over the window's content: when it shows, how it is walked
+// and left, and what it stores.
 Item {
     id: root
     width: 980
@@ -17,33 +19,24 @@ Item {
         anchors.bottom: parent.bottom
     }
 
-    TestCase {
+    ScreenCase {
         name: "Onboarding"
-        when: windowShown
 
         readonly property string completedKey: "TessolyOnboardingCompletedV1"
-        readonly property var titles: [
-            "Welcome to Tessoly",
-            "One button does it all",
-            "Want more control? It's all there",
-            "Smart Scan recommends, you decide",
-            "X-Ray the mystery \"System Data\"",
-            "Move it, don't delete it",
-            "For developers: the deep clean",
-            "Autopilot keeps it that way",
-            "Nothing is ever truly gone",
-            "You're all set"
-        ]
-        readonly property var icons: ["", "sparkles", "slider.horizontal.3", "sparkles.rectangle.stack", "rays",
-            "externaldrive.badge.plus", "wrench.and.screwdriver", "autostartstop", "clock.arrow.circlepath",
-            "checkmark.seal.fill"]
 
         function tour() { return findChild(content, "onboarding") }
         function card() { return tour().stack.currentItem }
-        function button(name) { return findChild(tour().contentItem, name) }
+        function button(name) { return child(name, tour().contentItem) }
+        function title() { return child("tourTitle", card()).text }
         function settle() {
             tryCompare(tour().stack, "busy", false)
-            wait(10) // let the card lay out
+            laidOut(card())
+        }
+        function forward(times) {
+            for (let i = 0; i < times; ++i) {
+                mouseClick(button("tourForward"))
+                settle()
+            }
         }
         function launch() {
             Hooks.runStartTask()
@@ -61,115 +54,66 @@ Item {
             tryCompare(tour(), "visible", false)
         }
 
-        function test_first_launch_shows_the_welcome_card() {
-            launch()
-            verify(Services.onboarding.isShowing)
-            compare(tour().index, 0)
-            compare(findChild(card(), "tourTitle").text, "Welcome to Tessoly")
-            compare(findChild(card(), "tourBody").text,
-                    "Tessoly helps you understand where your Mac's storage went — and reclaim it safely.\n\nHere's a one-minute tour of everything it can do.")
-            verify(findChild(card(), "tourBrandMark").visible)
-            verify(!findChild(card(), "tourIcon").visible)
-            compare(button("tourLeft").text, "Skip tour")
-            compare(button("tourLeft").iconName, "")
-            verify(button("tourSkip").visible)
-            compare(button("tourSkip").text, "Skip")
-            compare(button("tourForward").text, "Show me around")
-            // One dot per card, the current one wide.
-            for (let i = 0; i < 10; ++i) {
-                const dot = findChild(tour().contentItem, "dot_" + i)
-                compare(dot.height, 6)
-                tryCompare(dot, "width", i === 0 ? 18 : 6)
-            }
-            verify(!findChild(tour().contentItem, "dot_10"))
-        }
-
-        function test_skipping_the_first_card_stores_that_the_tour_was_done() {
-            launch()
-            mouseClick(button("tourLeft"))
-            compare(Services.onboarding.isShowing, false)
-            tryCompare(tour(), "visible", false)
-            compare(Hooks.storedValue(completedKey), true)
-            // The next launch doesn't show it.
-            Hooks.runStartTask()
-            wait(50)
-            verify(!Services.onboarding.isShowing)
-            verify(!tour().visible)
-        }
-
-        function test_skip_on_a_later_card_finishes_too() {
-            launch()
-            mouseClick(button("tourForward"))
-            settle()
-            mouseClick(button("tourForward"))
-            settle()
-            compare(tour().index, 2)
-            mouseClick(button("tourSkip"))
-            tryCompare(tour(), "visible", false)
-            compare(Hooks.storedValue(completedKey), true)
-        }
-
-        function test_escape_hides_the_tour_without_storing_anything() {
-            launch()
-            mouseClick(button("tourForward"))
-            settle()
-            keyClick(Qt.Key_Escape)
-            tryCompare(tour(), "visible", false)
-            compare(Services.onboarding.isShowing, false)
-            compare(Hooks.storedValue(completedKey), undefined)
-            // So the next launch shows it again, from the first card.
-            launch()
-            compare(tour().index, 0)
-            compare(findChild(card(), "tourTitle").text, "Welcome to Tessoly")
-        }
-
+        // Every card in turn: its title and symbol, the dot of the current card
+        // wide, the buttons each place offers; Back and Next walk both ways.
         function test_back_and_next_walk_every_card() {
             launch()
-            for (let i = 0; i < 10; ++i) {
+            const steps = tour().steps
+            compare(steps.length, 10)
+            verify(!findChild(tour().contentItem, "dot_10"))
+            for (let i = 0; i < steps.length; ++i) {
                 compare(tour().index, i)
-                compare(findChild(card(), "tourTitle").text, titles[i])
-                if (i > 0) {
-                    verify(findChild(card(), "tourIcon").visible)
-                    verify(!findChild(card(), "tourBrandMark").visible)
-                    compare(card().step.icon, icons[i])
-                }
-                const dot = findChild(tour().contentItem, "dot_" + i)
-                tryCompare(dot, "width", 18)
-                if (i > 0 && i < 9) {
-                    compare(button("tourLeft").text, "Back")
-                    compare(button("tourLeft").iconName, "chevron.left")
-                    verify(button("tourSkip").visible)
-                    compare(button("tourForward").text, "Next")
-                    compare(button("tourForward").iconName, "chevron.right")
-                }
-                if (i < 9) {
-                    mouseClick(button("tourForward"))
-                    settle()
-                }
+                compare(title(), steps[i].title)
+                compare(child("tourBrandMark", card()).visible, i === 0)
+                compare(child("tourIcon", card()).visible, i > 0)
+                for (let d = 0; d < steps.length; ++d)
+                    tryCompare(findChild(tour().contentItem, "dot_" + d), "width", d === i ? 18 : 6)
+                compare(button("tourLeft").text, i === 0 ? "Skip tour" : "Back")
+                compare(button("tourSkip").visible, i < 9)
+                compare(button("tourForward").text, i === 0 ? "Show me around" : i === 9 ? "Start scanning" : "Next")
+                symbolsAreGlyphs(tour().contentItem)
+                if (i < 9)
+                    forward(1)
             }
-            compare(findChild(card(), "tourBody").text,
-                    "Click the big button to run your first cleanup.\n\nYou can re-open this tour any time from the Help menu.")
-            compare(button("tourLeft").text, "Back")
-            verify(!button("tourSkip").visible)
-            compare(button("tourForward").text, "Start scanning")
-            compare(button("tourForward").iconName, "")
-
             // Every card has an accent of its own.
-            const accents = tour().steps.map(step => step.accent.toString())
-            compare(new Set(accents).size, 10)
+            compare(new Set(steps.map(step => step.accent.toString())).size, 10)
 
             mouseClick(button("tourLeft"))
             settle()
             compare(tour().index, 8)
-            compare(findChild(card(), "tourTitle").text, titles[8])
-            verify(button("tourSkip").visible)
-            mouseClick(button("tourForward"))
-            settle()
+            compare(title(), steps[8].title)
+            forward(1)
             verify(Hooks.storedValue(completedKey) === undefined)
             mouseClick(button("tourForward")) // "Start scanning"
             tryCompare(tour(), "visible", false)
             verify(!Services.onboarding.isShowing)
             compare(Hooks.storedValue(completedKey), true)
+        }
+
+        function test_leaving_data() {
+            return [{ tag: "Skip tour on the first card", forward: 0, leave: "tourLeft", done: true },
+                    { tag: "Skip on a later card", forward: 2, leave: "tourSkip", done: true },
+                    { tag: "Escape", forward: 1, leave: "", done: false }]
+        }
+        // Skipping stores that the tour was done: the next launch doesn't show it.
+        // Escape only hides it: the next launch shows it again, from the first card.
+        function test_leaving(data) {
+            launch()
+            forward(data.forward)
+            if (data.leave === "")
+                keyClick(Qt.Key_Escape)
+            else
+                mouseClick(button(data.leave))
+            tryCompare(tour(), "visible", false)
+            verify(!Services.onboarding.isShowing)
+            compare(Hooks.storedValue(completedKey), data.done ? true : undefined)
+            Hooks.runStartTask()
+            compare(Services.onboarding.isShowing, !data.done)
+            if (!data.done) {
+                tryCompare(tour(), "opened", true)
+                settle()
+                compare(tour().index, 0)
+            }
         }
 
         function test_cards_slide_in_from_the_side_of_travel() {
@@ -189,7 +133,7 @@ Item {
             mouseClick(button("tourForward"))
             verify(!tour().stack.busy)
             compare(card().x, 0)
-            compare(findChild(card(), "tourTitle").text, titles[1])
+            compare(tour().index, 1)
         }
 
         function test_help_menu_reopens_the_tour_at_the_first_card() {
@@ -197,26 +141,19 @@ Item {
             mouseClick(button("tourLeft")) // done
             tryCompare(tour(), "visible", false)
 
-            mouseClick(findChild(menuBar, "menuTitle_Help"))
-            const help = findChild(menuBar, "helpMenu")
+            mouseClick(child("menuTitle_Help", menuBar))
+            const help = child("helpMenu", menuBar)
             tryCompare(help, "opened", true)
-            const entry = help.itemAt(0)
-            compare(entry.text, "Show Welcome Tour")
-            mouseClick(entry)
+            mouseClick(help.itemAt(0))
             tryCompare(tour(), "opened", true)
             settle()
             compare(tour().index, 0)
-            compare(findChild(card(), "tourTitle").text, "Welcome to Tessoly")
-            compare(button("tourForward").text, "Show me around")
 
             // Choosing it again while the tour is open changes nothing.
-            mouseClick(button("tourForward"))
-            settle()
-            findChild(menuBar, "welcomeTourAction").trigger()
-            wait(50)
+            forward(1)
+            child("welcomeTourAction", menuBar).trigger()
             verify(tour().opened)
             compare(tour().index, 1)
-            compare(findChild(card(), "tourTitle").text, titles[1])
         }
 
         function test_the_tour_shows_over_the_full_shell_too() {
@@ -224,7 +161,6 @@ Item {
             tryVerify(() => findChild(content, "shell") !== null)
             launch()
             verify(tour().opened)
-            compare(findChild(card(), "tourTitle").text, "Welcome to Tessoly")
             Services.settings.interfaceMode = "simple"
         }
     }

@@ -3,6 +3,8 @@ import QtTest
 import Tessoly
 import TessolyTest
 
+// The Settings form against the real settings store of the temporary home:
+// every control writes its setting at once, and follows changes made elsewhere.
 Item {
     id: root
     width: 1000
@@ -12,15 +14,14 @@ Item {
 
     SignalSpy { id: folderRequests; target: Services.prompter; signalName: "folderRequested" }
 
-    TestCase {
+    ScreenCase {
         name: "Settings"
-        when: windowShown
+        scope: view
 
         readonly property var settings: Services.settings
 
         function stored(key) { return Hooks.storedValue("TessolySettings." + key) }
-        function row(name) { return findChild(view, name) }
-        function menu(name) { return row(name).menu }
+        function menu(name) { return child(name).menu }
         function labels(name) { return menu(name).options.map(option => option.label) }
 
         // Opens a row's menu with the mouse and clicks the entry with that label.
@@ -36,13 +37,8 @@ Item {
             tryCompare(combo.popup, "visible", false)
         }
         function flip(name) {
-            mouseClick(row(name).control)
-        }
-        function setDrives(drives) {
-            Hooks.setDrives(drives)
-            const names = drives.map(d => d.name).sort().join(",")
-            tryVerify(() => Services.drives.drives.map(d => d.name).sort().join(",") === names)
-            wait(20) // let the rows lay out
+            mouseClick(child(name).control)
+            laidOut()
         }
 
         function init() {
@@ -55,109 +51,65 @@ Item {
             settings.interfaceMode = "simple"
             settings.autoCleanupProfile = "generalUser"
             settings.autoCleanupFrequency = "weekly"
-            wait(20) // let the form lay out
+            laidOut()
         }
 
-        function test_header_and_cards_in_order() {
-            compare(findChild(view, "settingsHeader").title, "Settings")
-            compare(findChild(view, "settingsHeader").subtitle, "Tune Tessoly's behavior. All changes save instantly.")
-            const cards = [["autopilotCard", "Storage Autopilot", "autostartstop"],
-                           ["generalCard", "General", "gearshape.fill"],
-                           ["notificationsCard", "Notifications", "bell.fill"],
-                           ["drivesCard", "External drives", "externaldrive.fill"],
-                           ["destinationsCard", "Where Tessoly puts moved files", "folder.badge.gear"],
-                           ["autoCleanupCard", "Auto-cleanup schedule", "clock.arrow.2.circlepath"],
-                           ["aboutCard", "About", "info.circle.fill"]]
-            let above = -1
-            for (const [name, title, icon] of cards) {
-                const card = findChild(view, name)
-                compare(card.title, title)
-                compare(card.iconName, icon)
-                verify(Icons.glyphs[icon] !== undefined, icon)
-                verify(card.y > above, name + " below the card before it")
-                above = card.y
+        function cleanup() {
+            symbolsAreGlyphs()
+        }
+
+        function test_switch_data() {
+            return ["autopilotToggle autopilotEnabled", "deleteImmediatelyToggle deleteImmediately", "animationsToggle animationsEnabled",
+                    "menubarIconToggle showMenubarIcon", "notificationsToggle notificationsEnabled",
+                    "scanCompleteToggle notifyOnScanComplete", "slowDriveToggle warnOnSlowExternalDrive",
+                    "autoCleanupToggle autoCleanupEnabled"].map(s => ({ tag: s.split(" ")[0], row: s.split(" ")[0], property: s.split(" ")[1] }))
+        }
+        // Each switch writes and stores its setting at once, and follows a change made elsewhere.
+        function test_switch(data) {
+            const control = child(data.row).control
+            const before = settings[data.property]
+            compare(control.checked, before)
+            for (const value of [!before, before]) {
+                flip(data.row)
+                compare(settings[data.property], value)
+                compare(stored(data.property), value)
             }
+            settings[data.property] = !before
+            compare(control.checked, !before)
+            settings[data.property] = before
+            compare(control.checked, before)
         }
 
-        function test_each_switch_writes_its_setting_at_once() {
-            const switches = [["autopilotToggle", "autopilotEnabled", "Keep my disk above a free-space guardrail"],
-                              ["deleteImmediatelyToggle", "deleteImmediately", "Delete immediately instead of moving to Trash"],
-                              ["animationsToggle", "animationsEnabled", "Animations"],
-                              ["menubarIconToggle", "showMenubarIcon", "Show menubar icon"],
-                              ["notificationsToggle", "notificationsEnabled", "Enable notifications"],
-                              ["scanCompleteToggle", "notifyOnScanComplete", "Notify when a scan completes"],
-                              ["slowDriveToggle", "warnOnSlowExternalDrive", "Warn before moving to slow drives (USB 2.0)"],
-                              ["autoCleanupToggle", "autoCleanupEnabled", "Run a profile cleanup automatically"]]
-            for (const [name, property, label] of switches) {
-                compare(findChild(row(name), "toggleLabel").text, label)
-                const before = settings[property]
-                compare(row(name).control.checked, before, name)
-                flip(name)
-                compare(settings[property], !before, property)
-                compare(stored(property), !before, property + " stored")
-                flip(name)
-                compare(settings[property], before, property)
-                compare(stored(property), before, property + " stored")
-                compare(row(name).control.checked, before, name)
-            }
-            compare(findChild(row("deleteImmediatelyToggle"), "toggleHint").text,
-                    "Frees disk space right away, but cleaned items can't be restored from the Trash.")
+        function test_menu_data() {
+            return [{ tag: "guardrail", row: "guardrailRow", shown: "autopilotToggle", property: "autopilotMinFreeGB",
+                      labels: ["10 GB free", "15 GB free", "20 GB free", "30 GB free", "50 GB free"], label: "50 GB free", value: 50 },
+                    { tag: "interface", row: "interfaceRow", property: "interfaceMode",
+                      labels: ["Easy — one-click cleaning", "Full — every tool"], label: "Full — every tool", value: "advanced" },
+                    { tag: "low disk", row: "lowDiskRow", property: "lowDiskThresholdPercent",
+                      labels: ["75%", "80%", "85%", "90%", "95%"], label: "80%", value: 80 },
+                    { tag: "external free", row: "externalMinFreeRow", property: "externalDriveMinFreeGB",
+                      labels: ["5 GB", "10 GB", "20 GB", "50 GB", "100 GB"], label: "100 GB", value: 100 },
+                    { tag: "frequency", row: "frequencyRow", shown: "autoCleanupToggle", property: "autoCleanupFrequency",
+                      labels: ["Daily", "Weekly", "Every two weeks", "Monthly"], label: "Every two weeks", value: "biweekly" },
+                    { tag: "profile", row: "profileRow", shown: "autoCleanupToggle", property: "autoCleanupProfile",
+                      labels: Catalogue.profiles().map(p => p.displayName), label: Catalogue.profiles()[0].displayName,
+                      value: Catalogue.profiles()[0].id }]
         }
-
-        function test_switches_follow_changes_made_elsewhere() {
-            settings.deleteImmediately = true
-            verify(row("deleteImmediatelyToggle").control.checked)
-            settings.deleteImmediately = false
-            verify(!row("deleteImmediatelyToggle").control.checked)
-        }
-
-        function test_each_menu_writes_its_setting_at_once() {
-            flip("autopilotToggle")
-            compare(labels("guardrailRow"), ["10 GB free", "15 GB free", "20 GB free", "30 GB free", "50 GB free"])
-            compare(menu("guardrailRow").displayText, "20 GB free")
-            choose("guardrailRow", "50 GB free")
-            compare(settings.autopilotMinFreeGB, 50)
-            compare(stored("autopilotMinFreeGB"), 50)
-
-            compare(labels("interfaceRow"), ["Easy — one-click cleaning", "Full — every tool"])
-            choose("interfaceRow", "Full — every tool")
-            compare(settings.interfaceMode, "advanced")
-            compare(stored("interfaceMode"), "advanced")
-            choose("interfaceRow", "Easy — one-click cleaning")
-            compare(stored("interfaceMode"), "simple")
-
-            compare(labels("lowDiskRow"), ["75%", "80%", "85%", "90%", "95%"])
-            compare(menu("lowDiskRow").displayText, "90%")
-            choose("lowDiskRow", "80%")
-            compare(settings.lowDiskThresholdPercent, 80)
-            compare(stored("lowDiskThresholdPercent"), 80)
-
-            compare(labels("externalMinFreeRow"), ["5 GB", "10 GB", "20 GB", "50 GB", "100 GB"])
-            choose("externalMinFreeRow", "100 GB")
-            compare(settings.externalDriveMinFreeGB, 100)
-            compare(stored("externalDriveMinFreeGB"), 100)
-
-            flip("autoCleanupToggle")
-            const profiles = Catalogue.profiles()
-            compare(labels("profileRow"), profiles.map(p => p.displayName))
-            compare(menu("profileRow").currentIndex, profiles.findIndex(p => p.id === "generalUser"))
-            const lastProfile = profiles[profiles.length - 1]
-            const otherProfile = profiles[0].id === settings.autoCleanupProfile ? profiles[1] : profiles[0]
-            choose("profileRow", otherProfile.displayName)
-            compare(settings.autoCleanupProfile, otherProfile.id)
-            compare(stored("autoCleanupProfile"), otherProfile.id)
-
-            compare(labels("frequencyRow"), ["Daily", "Weekly", "Every two weeks", "Monthly"])
-            compare(menu("frequencyRow").displayText, "Weekly")
-            choose("frequencyRow", "Every two weeks")
-            compare(settings.autoCleanupFrequency, "biweekly")
-            compare(stored("autoCleanupFrequency"), "biweekly")
-            choose("frequencyRow", "Monthly")
-            compare(stored("autoCleanupFrequency"), "monthly")
-
-            // A change made elsewhere still shows after the person has chosen.
-            settings.autopilotMinFreeGB = 15
-            compare(menu("guardrailRow").displayText, "15 GB free")
+        // Each menu shows the present value, writes and stores the chosen one at once,
+        // and still follows a change made elsewhere after a choice.
+        function test_menu(data) {
+            if (data.shown)
+                flip(data.shown)
+            const before = settings[data.property]
+            verify(data.value !== before, "the choice changes the setting")
+            compare(labels(data.row), data.labels)
+            compare(menu(data.row).currentIndex, menu(data.row).options.findIndex(o => o.value === before))
+            choose(data.row, data.label)
+            compare(settings[data.property], data.value)
+            compare(stored(data.property), data.value)
+            settings[data.property] = before
+            compare(menu(data.row).currentIndex, menu(data.row).options.findIndex(o => o.value === before))
+            verify(menu(data.row).currentIndex >= 0)
         }
 
         function test_a_value_outside_a_menu_shows_no_selection_and_stays() {
@@ -173,48 +125,35 @@ Item {
             flip("scanCompleteToggle")
             choose("externalMinFreeRow", "20 GB")
             flip("scanCompleteToggle")
-            wait(50)
-            compare(settings.autopilotMinFreeGB, 25)
             compare(stored("autopilotMinFreeGB"), 25)
             compare(stored("lowDiskThresholdPercent"), 87)
             compare(stored("defaultExternalDriveName"), "Drive that is away")
             compare(menu("guardrailRow").currentIndex, -1)
         }
 
-        function test_guardrail_row_only_while_autopilot_is_on() {
-            const section = findChild(view, "guardrailSection")
-            verify(!section.visible)
-            verify(!findChild(view, "runNowButton").visible)
-            flip("autopilotToggle")
-            verify(section.visible)
-            compare(findChild(view, "runNowButton").text, "Run Now")
-            compare(findChild(view, "autopilotStatus").text, Services.autopilot.statusLine)
-            compare(findChild(view, "autopilotStatus").text, "Monitoring — 123.4 GB free, guardrail 20 GB")
-            choose("guardrailRow", "50 GB free")
-            compare(findChild(view, "autopilotStatus").text, Services.autopilot.statusLine)
-            compare(findChild(view, "autopilotStatus").text, "Monitoring — 123.4 GB free, guardrail 50 GB")
-            flip("autopilotToggle")
-            verify(!section.visible)
-            compare(findChild(view, "autopilotNote").text,
-                    "When free space drops below the guardrail, Tessoly automatically clears Safe-rated caches and thins Time Machine snapshots, then notifies you. Autopilot deletes directly instead of using the Trash — that's the only way the space is actually freed. Caution and Advanced items are never touched, and every run is recorded in History.")
+        function test_section_data() {
+            return [{ tag: "guardrail", toggle: "autopilotToggle", section: "guardrailSection" },
+                    { tag: "auto-cleanup", toggle: "autoCleanupToggle", section: "autoCleanupSection" }]
+        }
+        // A section of choices shows only while its switch is on.
+        function test_section(data) {
+            verify(!child(data.section).visible)
+            flip(data.toggle)
+            verify(child(data.section).visible)
+            flip(data.toggle)
+            verify(!child(data.section).visible)
         }
 
-        function test_profile_and_frequency_only_while_auto_cleanup_is_on() {
-            const section = findChild(view, "autoCleanupSection")
-            verify(!section.visible)
-            flip("autoCleanupToggle")
-            verify(section.visible)
-            flip("autoCleanupToggle")
-            verify(!section.visible)
-            compare(findChild(view, "autoCleanupNote").text,
-                    "Tessoly will run the chosen profile cleanup automatically. Files go to the Trash unless \"Delete immediately\" is turned on in General.")
-        }
-
-        function test_run_now_runs_the_guardrail_and_reports_the_last_run() {
-            const lastRun = findChild(view, "autopilotLastRun")
+        function test_autopilot_status_and_run_now() {
+            const lastRun = child("autopilotLastRun")
             verify(!lastRun.visible) // never ran
+            verify(!child("runNowButton").visible)
             flip("autopilotToggle")
-            const button = findChild(view, "runNowButton")
+            compare(child("autopilotStatus").text, "Monitoring — 123.4 GB free, guardrail 20 GB")
+            choose("guardrailRow", "50 GB free")
+            compare(child("autopilotStatus").text, "Monitoring — 123.4 GB free, guardrail 50 GB")
+
+            const button = child("runNowButton")
             mouseClick(button)
             tryVerify(() => lastRun.visible, 10000)
             tryCompare(Services.autopilot, "isRunning", false, 10000)
@@ -228,28 +167,27 @@ Item {
 
         function test_drives_and_their_granted_folders() {
             setDrives([])
-            const empty = findChild(view, "noDrivesText")
+            const empty = child("noDrivesText")
             verify(empty.visible)
-            compare(empty.text, "No external drives are connected right now.")
             compare(labels("defaultDestinationRow"), ["Ask each time"])
             compare(menu("defaultDestinationRow").displayText, "Ask each time")
 
             setDrives([{ name: "Backup", format: "ext4", free: 500e9, total: 1000e9 },
                        { name: "Stick", format: "ExFAT", free: 60e9, total: 64e9 }])
-            verify(!empty.visible)
+            tryCompare(empty, "visible", false)
             const names = Services.drives.drives.map(d => d.name)
             compare(labels("defaultDestinationRow"), ["Ask each time"].concat(names))
             choose("defaultDestinationRow", "Stick")
-            compare(settings.defaultExternalDriveName, "Stick")
             compare(stored("defaultExternalDriveName"), "Stick")
             choose("defaultDestinationRow", "Ask each time")
             compare(stored("defaultExternalDriveName"), "")
 
             const at = names.indexOf("Backup")
-            const backupRow = findChild(view, "destinationRow_" + at)
-            compare(findChild(backupRow, "driveName").text, "Backup")
-            compare(findChild(backupRow, "driveFolder").text, "Not configured — Tessoly will ask when you first move something here")
-            verify(!findChild(backupRow, "clearGrant").visible)
+            const backupRow = arrived("destinationRow_" + at)
+            const notConfigured = "Not configured — Tessoly will ask when you first move something here"
+            compare(child("driveName", backupRow).text, "Backup")
+            compare(child("driveFolder", backupRow).text, notConfigured)
+            verify(!child("clearGrant", backupRow).visible)
 
             // A first move there asks for a folder; once granted, the row names it.
             const mountPoint = Services.drives.drives[at].mountPoint
@@ -257,34 +195,28 @@ Item {
             Hooks.requestGrant("Backup")
             folderRequests.wait(5000)
             Services.prompter.answerFolder(mountPoint)
-            tryCompare(findChild(backupRow, "driveFolder"), "text", mountPoint, 5000)
-            compare(Services.destinations.grantedFolder(mountPoint), mountPoint)
-            const clear = findChild(backupRow, "clearGrant")
+            tryCompare(child("driveFolder", backupRow), "text", mountPoint, 5000)
+            const clear = child("clearGrant", backupRow)
             tryCompare(clear, "visible", true)
-            compare(clear.text, "Clear")
-            const otherRow = findChild(view, "destinationRow_" + (1 - at))
-            verify(!findChild(otherRow, "clearGrant").visible)
-
+            verify(!child("clearGrant", child("destinationRow_" + (1 - at))).visible)
             mouseClick(clear)
-            tryCompare(findChild(backupRow, "driveFolder"), "text", "Not configured — Tessoly will ask when you first move something here")
+            tryCompare(child("driveFolder", backupRow), "text", notConfigured)
             compare(Services.destinations.grantedFolder(mountPoint), "")
             verify(!clear.visible)
 
             // The chosen default stays stored when its drive goes away.
             choose("defaultDestinationRow", "Backup")
             setDrives([])
-            verify(empty.visible)
+            tryCompare(empty, "visible", true)
             compare(menu("defaultDestinationRow").currentIndex, -1)
             compare(stored("defaultExternalDriveName"), "Backup")
         }
 
         function test_about_card() {
-            compare(findChild(view, "versionText").text, Services.version)
-            verify(/^\d+\.\d+\.\d+ \(\d+\)$/.test(findChild(view, "versionText").text))
-            compare(findChild(view, "makerLink").text, Services.makerName)
-            compare(findChild(view, "makerLink").url, Services.makerLink)
-            compare(findChild(view, "supportLink").text, Services.supportMail)
-            compare(findChild(view, "supportLink").url, "mailto:" + Services.supportMail)
+            verify(/^\d+\.\d+\.\d+ \(\d+\)$/.test(child("versionText").text), child("versionText").text)
+            compare(child("versionText").text, Services.version)
+            compare(child("makerLink").url, Services.makerLink)
+            compare(child("supportLink").url, "mailto:" + Services.supportMail)
         }
     }
 }
