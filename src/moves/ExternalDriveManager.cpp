@@ -58,9 +58,15 @@ QCoro::Task<void> ExternalDriveManager::refresh()
     // The refresh started by the constructor (or a mount event) may still be
     // listing when the manager goes away: it must not come back to a dead object.
     const QPointer<ExternalDriveManager> self(this);
+    const quint64 refresh = ++m_refreshes;
     std::vector<ExternalDrive> drives = co_await QtConcurrent::run(listDrives, m_volumes.listing());
     if (!self)
         co_return;
+    // Two refreshes can overlap (a mount event during a move): one started
+    // earlier that finishes later must not put back an older list.
+    if (refresh < m_appliedRefresh)
+        co_return;
+    m_appliedRefresh = refresh;
     m_drives = std::move(drives);
     m_isRefreshing = false;
     emit drivesChanged();

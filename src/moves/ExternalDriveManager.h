@@ -35,6 +35,8 @@ private:
     platform::MountedVolumes &m_volumes;
     std::vector<ExternalDrive> m_drives;
     bool m_isRefreshing = false;
+    quint64 m_refreshes = 0;      // refreshes started
+    quint64 m_appliedRefresh = 0; // the latest whose listing is shown
 };
 
 } // namespace tessoly
