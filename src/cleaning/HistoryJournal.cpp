@@ -79,7 +79,8 @@ std::optional<CleanupHistoryEntry> entryOf(const QByteArray &journal, platform::
         else if (text[0] == 'D' && entry.items.size() == 1) {
             // A later note of the same item replaces the earlier one.
             const CleanupHistoryEntry::Item &item = entry.items.front();
-            std::erase_if(went, [&](const CleanupHistoryEntry::Item &seen) { return seen.originalPath == item.originalPath; });
+            std::erase_if(
+                went, [&](const CleanupHistoryEntry::Item &seen) { return seen.originalPath == item.originalPath; });
             went.push_back(item);
         }
     }
@@ -88,12 +89,11 @@ std::optional<CleanupHistoryEntry> entryOf(const QByteArray &journal, platform::
     for (CleanupHistoryEntry::Item &item : noted) {
         if (!item.trashedPath)
             continue;
-        const auto known = std::find_if(went.begin(), went.end(), [&](const CleanupHistoryEntry::Item &done) {
-            return done.originalPath == item.originalPath;
-        });
+        const auto known = std::find_if(went.begin(), went.end(),
+            [&](const CleanupHistoryEntry::Item &done) { return done.originalPath == item.originalPath; });
         if (known != went.end() && known->trashedPath)
             continue; // its own note says where it went
-        struct stat st{};
+        struct stat st { };
         if (::lstat(item.trashedPath->c_str(), &st) != 0) {
             trash.forgetTrashedItem(*item.trashedPath); // its record was made, the move never happened
             continue;
@@ -121,7 +121,8 @@ std::optional<CleanupHistoryEntry> entryOf(const QByteArray &journal, platform::
         entry.bytesReclaimed += item.bytes;
     entry.summary += QStringLiteral(" (interrupted)");
     // Nothing of it is in the Trash (deleted outright): nothing to restore.
-    if (std::none_of(entry.items.begin(), entry.items.end(), [](const CleanupHistoryEntry::Item &item) { return item.trashedPath.has_value(); }))
+    if (std::none_of(entry.items.begin(), entry.items.end(),
+            [](const CleanupHistoryEntry::Item &item) { return item.trashedPath.has_value(); }))
         entry.status = CleanupHistoryEntry::Status::Unrestorable;
     return entry;
 }
@@ -201,7 +202,8 @@ void HistoryJournal::finish()
     m_fd = -1;
 }
 
-void recoverJournals(const fs::path &folder, platform::Trash &trash, const std::function<bool(CleanupHistoryEntry)> &done)
+void recoverJournals(
+    const fs::path &folder, platform::Trash &trash, const std::function<bool(CleanupHistoryEntry)> &done)
 {
     std::error_code error;
     for (const fs::directory_entry &file : fs::directory_iterator(folder, error)) {
@@ -211,7 +213,7 @@ void recoverJournals(const fs::path &folder, platform::Trash &trash, const std::
         const int fd = ::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
         if (fd < 0)
             continue;
-        struct stat st{};
+        struct stat st { };
         // Held: its operation is still running.
         if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || ::flock(fd, LOCK_EX | LOCK_NB) != 0) {
             ::close(fd);

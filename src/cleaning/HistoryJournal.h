@@ -32,8 +32,8 @@ public:
     // (from `from`, when it goes from another place: a move's original under
     // its staging name), and returns the hook that notes its place there
     // just before it moves.
-    [[nodiscard]] platform::Trash::BeforeMove beforeTrashing(const std::filesystem::path &original,
-                                                             const std::filesystem::path &from = {});
+    [[nodiscard]] platform::Trash::BeforeMove beforeTrashing(
+        const std::filesystem::path &original, const std::filesystem::path &from = {});
     // The item went (to the Trash, or deleted outright).
     void went(const CleanupHistoryEntry::Item &item);
     // The operation's own entry is in the log: the journal goes.
@@ -55,7 +55,7 @@ private:
 // died), each with every item that reached the Trash or was deleted; the
 // journals are removed once `done` accepts their entry. Orphaned Trash
 // records of items that never moved are dropped.
-void recoverJournals(const std::filesystem::path &folder, platform::Trash &trash,
-                     const std::function<bool(CleanupHistoryEntry)> &done);
+void recoverJournals(
+    const std::filesystem::path &folder, platform::Trash &trash, const std::function<bool(CleanupHistoryEntry)> &done);
 
 } // namespace tessoly

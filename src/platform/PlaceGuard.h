@@ -36,7 +36,7 @@ struct SearchRoots {
     QStringList refused;
 };
 
-[[nodiscard]] GuardedPlace guardSearchRoot(const std::filesystem::path &root, const QString &name,
-                                           const std::filesystem::path &home);
+[[nodiscard]] GuardedPlace guardSearchRoot(
+    const std::filesystem::path &root, const QString &name, const std::filesystem::path &home);
 
 } // namespace tessoly::platform

@@ -106,7 +106,7 @@ TEST(GuardCommand, LinkedPersonalFoldersAreSearchedOnlyWhereTheyAreTheUsersOwn)
     writeFile(disk.path() / "docs/report.pdf", content);
     writeFile(h / "Downloads/report.pdf", content);
     fs::create_directory_symlink(disk.path() / "docs", h / "Documents"); // the user's own: searched
-    fs::create_directory_symlink("/var/cache", h / "Pictures");          // the system's: not searched
+    fs::create_directory_symlink("/var/cache", h / "Pictures"); // the system's: not searched
     if (::getuid() == 0) { // another user's folder: never searched, never trashed from
         writeFile(disk.path() / "theirs/report.pdf", content);
         ASSERT_EQ(::chown((disk.path() / "theirs").c_str(), 65534, 65534), 0);
@@ -123,7 +123,8 @@ TEST(GuardCommand, LinkedPersonalFoldersAreSearchedOnlyWhereTheyAreTheUsersOwn)
     const QStringList refused = json.value("refusedFolders").toVariant().toStringList();
     EXPECT_TRUE(refused.filter("Pictures").value(0).contains("is a system folder")) << refused.join('\n').toStdString();
     if (::getuid() == 0) {
-        EXPECT_TRUE(refused.filter("Music").value(0).contains("belongs to another user")) << refused.join('\n').toStdString();
+        EXPECT_TRUE(refused.filter("Music").value(0).contains("belongs to another user"))
+            << refused.join('\n').toStdString();
     }
 
     const ProcessRun kept = runProcess(TESSOLY_BINARY, {"duplicates", "--keep", text(h / "Downloads/report.pdf")});
@@ -140,7 +141,8 @@ TEST(GuardCommand, APipeInPlaceOfTheLogTheSettingsOrTheHashCacheNeverHangs)
     const std::string content(2 * MiB, 'p');
     writeFile(home.path() / "Documents/a.bin", content);
     writeFile(home.path() / "Downloads/a.bin", content);
-    for (const fs::path &file : {home.historyFile(), home.defaultsFile(), home.cacheHome() / "com.tessoly.app/content-hashes"}) {
+    for (const fs::path &file :
+        {home.historyFile(), home.defaultsFile(), home.cacheHome() / "com.tessoly.app/content-hashes"}) {
         fs::create_directories(file.parent_path());
         ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
     }

@@ -1,7 +1,7 @@
 // The guard before every clean, trash and project or duplicate search, on
 // real folders and links of a temporary home.
-#include "TestSupport.h"
 #include "platform/PlaceGuard.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -32,7 +32,7 @@ TEST(PlaceGuard, RemovalStaysStrictlyInsideTheHomeAndAwayFromPersonalFolders)
         {h, "your home folder"},
         {h.parent_path(), "your home folder"},
         {h / "Downloads", "your Downloads folder"},
-        {h / "Papers", "your Documents folder"},   // named by user-dirs.dirs
+        {h / "Papers", "your Documents folder"}, // named by user-dirs.dirs
         {h / ".cache/downloads-link", "which leads to"}, // a link judged by where it leads
         {h / ".cache/linked", "outside your home folder"},
         {"/var/cache", "outside your home folder"},
@@ -66,12 +66,14 @@ TEST(PlaceGuard, SearchRootsFollowLinksOnlyToTheUsersOwnFolders)
     fs::create_directory_symlink(h.parent_path(), h / "code");
     fs::create_directories(h / "work");
 
-    const auto judged = [&](const char *name) { return platform::guardSearchRoot(h / name, QString::fromLatin1(name), h); };
+    const auto judged
+        = [&](const char *name) { return platform::guardSearchRoot(h / name, QString::fromLatin1(name), h); };
     EXPECT_EQ(judged("Projects").resolved, disk.path() / "projects");
     EXPECT_EQ(judged("work").resolved, h / "work");
     EXPECT_TRUE(judged("missing").allowed());
     EXPECT_TRUE(judged("missing").resolved.empty());
-    EXPECT_TRUE(judged("Documents").refusal.contains("is the whole system")) << judged("Documents").refusal.toStdString();
+    EXPECT_TRUE(judged("Documents").refusal.contains("is the whole system"))
+        << judged("Documents").refusal.toStdString();
     EXPECT_TRUE(judged("Desktop").refusal.contains("is a system folder"));
     EXPECT_TRUE(judged("code").refusal.contains("your home folder or holds it"));
 

@@ -17,10 +17,11 @@ namespace {
 
 // Folders of the system: never a user's place, whatever leads there.
 constexpr std::array kSystemFolders = {"/usr", "/etc", "/var", "/boot", "/opt", "/srv", "/proc", "/sys", "/dev", "/run",
-                                       "/bin", "/sbin", "/lib", "/lib64", "/lib32", "/libx32"};
+    "/bin", "/sbin", "/lib", "/lib64", "/lib32", "/libx32"};
 
 // The personal folders, by the names the locations table knows.
-constexpr std::array kPersonal = {"Desktop", "Documents", "Downloads", "Music", "Pictures", "Movies", "Templates", "Public"};
+constexpr std::array kPersonal
+    = {"Desktop", "Documents", "Downloads", "Music", "Pictures", "Movies", "Templates", "Public"};
 
 std::optional<fs::path> resolved(const fs::path &path)
 {
@@ -43,8 +44,9 @@ QString quoted(const fs::path &path, const fs::path &home)
 // How the words name the resolved place when a link led there.
 QString ledTo(const fs::path &given, const fs::path &place, const fs::path &home)
 {
-    return given.lexically_normal() == place ? quoted(place, home)
-                                             : QStringLiteral("%1 (which leads to %2)").arg(quoted(given, home), quoted(place, home));
+    return given.lexically_normal() == place
+        ? quoted(place, home)
+        : QStringLiteral("%1 (which leads to %2)").arg(quoted(given, home), quoted(place, home));
 }
 
 // The personal folder that the place is, or holds; nullopt when none.
@@ -101,14 +103,20 @@ GuardedPlace guardRemoval(const fs::path &place, const fs::path &home)
         return {}; // not there: nothing to remove
     const QString named = ledTo(place, *real, home);
     if (*real == "/")
-        return refused(QStringLiteral("%1 is the whole system, so Tessoly leaves it alone: nothing in it was touched.").arg(named));
+        return refused(QStringLiteral("%1 is the whole system, so Tessoly leaves it alone: nothing in it was touched.")
+                           .arg(named));
     if (sameOrInside(ownHome, *real))
-        return refused(QStringLiteral("%1 is your home folder or holds it, so Tessoly leaves it alone: nothing in it was touched.").arg(named));
+        return refused(
+            QStringLiteral("%1 is your home folder or holds it, so Tessoly leaves it alone: nothing in it was touched.")
+                .arg(named));
     if (const std::optional<QString> personal = personalFolderAt(*real, home))
-        return refused(QStringLiteral("%1 is your %2 folder or holds it, so Tessoly leaves it alone: nothing in it was touched.")
-                           .arg(named, *personal));
+        return refused(
+            QStringLiteral("%1 is your %2 folder or holds it, so Tessoly leaves it alone: nothing in it was touched.")
+                .arg(named, *personal));
     if (!liesInside(*real, ownHome))
-        return refused(QStringLiteral("%1 lies outside your home folder, so Tessoly leaves it alone: nothing in it was touched.").arg(named));
+        return refused(
+            QStringLiteral("%1 lies outside your home folder, so Tessoly leaves it alone: nothing in it was touched.")
+                .arg(named));
     return GuardedPlace{*real, {}};
 }
 
@@ -119,7 +127,7 @@ GuardedPlace guardSearchRoot(const fs::path &root, const QString &name, const fs
     if (!real)
         return {};
     const QString named = QStringLiteral("%1 (%2)").arg(name, quoted(*real, home));
-    struct stat st{};
+    struct stat st { };
     if (::stat(real->c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
         return {};
     if (*real == "/")
