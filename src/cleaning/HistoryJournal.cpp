@@ -165,7 +165,6 @@ HistoryJournal::~HistoryJournal()
 
 void HistoryJournal::writeLine(char kind, const CleanupHistoryEntry &entry)
 {
-    const std::lock_guard guard(m_lock);
     if (m_fd >= 0)
         (void)writeAll(m_fd, line(kind, entry));
 }
@@ -194,7 +193,6 @@ void HistoryJournal::went(const CleanupHistoryEntry::Item &item)
 
 void HistoryJournal::finish()
 {
-    const std::lock_guard guard(m_lock);
     if (m_fd < 0)
         return;
     ::unlink(m_file.c_str());

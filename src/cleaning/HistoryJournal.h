@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <memory>
-#include <mutex>
 
 namespace tessoly {
 
@@ -48,7 +47,6 @@ private:
     std::filesystem::path m_file;
     CleanupHistoryEntry m_header; // each line is a whole entry: the header with one item
     int m_fd = -1;
-    std::mutex m_lock;
 };
 
 // Entries for the operations whose journals nobody holds (their processes

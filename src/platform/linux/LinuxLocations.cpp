@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxLocations.h"
 
 #include "platform/FileWalker.h"
+#include "platform/linux/LinuxMountedVolumes.h"
 
 #include <algorithm>
 #include <array>
@@ -219,40 +220,17 @@ std::vector<fs::path> logPlaces(const fs::path &home, const fs::path &state, con
     return found;
 }
 
-// The mount points of the file systems mounted now (the kernel writes a
-// blank as \040 and so on).
-std::vector<fs::path> mountPoints()
-{
-    std::vector<fs::path> points;
-    std::ifstream table("/proc/self/mountinfo");
-    std::string line;
-    while (std::getline(table, line)) {
-        std::istringstream fields(line);
-        std::string id, parent, device, root, point;
-        if (!(fields >> id >> parent >> device >> root >> point))
-            continue;
-        std::string decoded;
-        for (std::size_t i = 0; i < point.size(); ++i) {
-            const auto octal = [&](std::size_t at) { return point[at] >= '0' && point[at] <= '7' ? point[at] - '0' : -1; };
-            if (point[i] == '\\' && i + 3 < point.size() && octal(i + 1) >= 0 && octal(i + 2) >= 0 && octal(i + 3) >= 0) {
-                decoded.push_back(char(octal(i + 1) * 64 + octal(i + 2) * 8 + octal(i + 3)));
-                i += 3;
-            } else {
-                decoded.push_back(point[i]);
-            }
-        }
-        points.emplace_back(decoded);
-    }
-    return points;
-}
-
 // The home Trash first, then the user's Trash folders at the top of other
 // file systems (where items of those file systems go).
 std::vector<fs::path> trashes(const fs::path &homeTrash)
 {
     std::vector<fs::path> found{homeTrash};
     const std::string uid = std::to_string(::getuid());
-    for (const fs::path &top : mountPoints()) {
+    std::ifstream table("/proc/self/mountinfo");
+    std::stringstream text;
+    text << table.rdbuf();
+    for (const MountEntry &mount : parseMountInfo(text.str())) {
+        const fs::path &top = mount.mountPoint;
         for (const fs::path &trash : {top / (".Trash-" + uid), top / ".Trash" / uid}) {
             struct stat st{};
             if (::lstat(trash.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && st.st_uid == ::getuid()
