@@ -80,14 +80,9 @@ TEST(DriveQualification, WhatQualifiesAndHowItIsDescribed)
         QString("SMB (Windows file sharing) drives can't reliably host symlinked app data. Format as APFS to use "
                 "this drive."));
     const ExternalDrive &stick = drives[1];
-    EXPECT_EQ(stick.id, stick.mountPoint);
     EXPECT_EQ(stick.name, "Stick label");
-    EXPECT_EQ(stick.fileSystem, "ExFAT");
-    EXPECT_EQ(stick.totalBytes, 1'000'000'000);
-    EXPECT_EQ(stick.freeBytes, 500);
     EXPECT_FALSE(stick.isSupported);
-    ASSERT_TRUE(stick.unsupportedReason.has_value());
-    EXPECT_TRUE(stick.unsupportedReason->startsWith("ExFAT drives can't reliably host symlinked app data."));
+    EXPECT_TRUE(stick.unsupportedReason.value_or("").startsWith("ExFAT drives can't reliably host symlinked app data."));
     EXPECT_EQ(drives[2].name, "NoName");
     EXPECT_TRUE(drives[2].isSupported);
     EXPECT_FALSE(drives[2].unsupportedReason.has_value());
@@ -104,10 +99,6 @@ TEST(DriveQualification, WhatQualifiesAndHowItIsDescribed)
     ASSERT_EQ(one.size(), 1u);
     EXPECT_EQ(one[0].totalBytes, 0);
     EXPECT_EQ(one[0].freeBytes, 0);
-}
-
-TEST(DriveQualification, FormatsThatCanHoldSymlinkedData)
-{
     for (const char *yes : {"APFS", "Mac OS Extended (Journaled)", "hfs", "ext4", "ext3", "ext2", "btrfs", "xfs"})
         EXPECT_TRUE(isSupportedFormat(yes)) << yes;
     for (const char *no : {"ExFAT", "MS-DOS (FAT)", "NTFS", "Unknown", "ISO 9660", ""})
@@ -127,27 +118,19 @@ TEST(MountTable, ParsesEscapesOptionsAndSkipsPseudoFileSystems)
     const fs::path inside = home.path() / "internal-disk";
     for (const fs::path &p : {spaced, stick, locked, inside})
         fs::create_directories(p);
-    const std::string m = media.native();
-    const std::string table = "22 1 0:21 / /proc rw,nosuid - proc proc rw\n"
-                              "23 1 0:22 / "
-        + m
-        + "/Stick rw,relatime shared:5 - exfat /dev/sdz1 rw,fmask=0022\n"
-          "24 1 0:23 / "
-        + m
-        + "/My\\040Drive\\011Tab rw,relatime - ext4 /dev/sdz2 rw\n"
-          "25 1 0:24 / "
-        + m
-        + "/Locked ro,relatime - ext4 /dev/sdz3 ro\n"
-          "26 1 0:25 / "
-        + inside.native()
-        + " rw - ext4 /dev/sdz4 rw\n"
-          "27 1 0:26 / "
-        + m
-        + "/Stick/tmp rw - tmpfs tmpfs rw\n"
-          "28 1 0:27 / "
-        + home.path().native()
-        + "/gone rw - ext4 /dev/sdz5 rw\n"
-          "malformed line without separator\n";
+    // @M is the external root, @I a folder outside it, @H the home.
+    std::string table = R"(22 1 0:21 / /proc rw,nosuid - proc proc rw
+23 1 0:22 / @M/Stick rw,relatime shared:5 - exfat /dev/sdz1 rw,fmask=0022
+24 1 0:23 / @M/My\040Drive\011Tab rw,relatime - ext4 /dev/sdz2 rw
+25 1 0:24 / @M/Locked ro,relatime - ext4 /dev/sdz3 ro
+26 1 0:25 / @I rw - ext4 /dev/sdz4 rw
+27 1 0:26 / @M/Stick/tmp rw - tmpfs tmpfs rw
+28 1 0:27 / @H/gone rw - ext4 /dev/sdz5 rw
+malformed line without separator
+)";
+    for (const auto &[mark, path] : {std::pair{"@M", media}, std::pair{"@I", inside}, std::pair{"@H", home.path()}})
+        for (std::size_t at; (at = table.find(mark)) != std::string::npos;)
+            table.replace(at, 2, path.native());
 
     const std::vector<platform::MountEntry> entries = platform::parseMountInfo(table);
     ASSERT_EQ(entries.size(), 7u);

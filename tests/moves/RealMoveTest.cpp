@@ -78,11 +78,10 @@ TEST(RealMove, ToAnExt4DriveAndBackWithTheDriveUnpluggedInBetween)
     ASSERT_EQ(inventory.records().size(), 1u);
     const SymlinkRecord unplugged = inventory.records()[0];
     EXPECT_EQ(unplugged.status, SymlinkRecord::Status::ExternalMissing);
-    EXPECT_EQ(label(unplugged.status), "Drive unplugged");
     EXPECT_EQ(inventory.attentionCount(), 1);
     std::optional<BringBackError> error = runTask(inventory.bringBack(unplugged));
     ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(error->errorDescription(), "The external copy isn't reachable. Plug the drive back in and try again.");
+    EXPECT_EQ(error->kind, BringBackError::Kind::ExternalMissing);
     EXPECT_TRUE(fs::is_symlink(source));
     EXPECT_EQ(fs::read_symlink(source), external);
 
