@@ -55,7 +55,7 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_autopilot = new StorageAutopilot(home, *m_platform, *m_settings, *m_history, *m_notifications, {}, this);
     m_scheduler = new AutoCleanupScheduler(home, *m_platform, *m_settings, *m_history, *m_notifications, {}, this);
     m_moveOperations = std::make_unique<MoveFileOperations>(*m_platform->trash, *m_platform->volumes);
-    m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history);
+    m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history, home);
     m_smartScan = new SmartScanService(
         *m_platform, {*m_scanner, *m_drives, *m_forecast, *m_destinations, *m_moveOperations, *m_history}, this);
     m_devClean = new DevDeepClean(home, *m_platform->trash, *m_platform->processes, *m_history, *m_platform->defaults,

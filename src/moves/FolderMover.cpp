@@ -3,6 +3,7 @@
 #include "cleaning/CleanupHistoryStore.h"
 #include "cleaning/HistoryJournal.h"
 #include "platform/PathText.h"
+#include "platform/PlaceGuard.h"
 #include "moves/CopyVerifier.h"
 #include "moves/MoveFileOperations.h"
 
@@ -37,9 +38,10 @@ VerificationReport verify(MoveFileOperations *operations, const fs::path &source
 
 } // namespace
 
-FolderMover::FolderMover(MoveFileOperations &operations, CleanupHistoryStore &history)
+FolderMover::FolderMover(MoveFileOperations &operations, CleanupHistoryStore &history, fs::path home)
     : m_operations(operations)
     , m_history(history)
+    , m_home(std::move(home))
 {
 }
 
@@ -64,6 +66,10 @@ QCoro::Task<void> FolderMover::move(fs::path source, fs::path destinationRoot, b
     // 2, 3. Preflight.
     if (!m_operations.fileExists(source)) {
         onProgress(failure(MoveError::Kind::SourceMissing));
+        co_return;
+    }
+    if (const platform::GuardedPlace guarded = platform::guardRemoval(source, m_home); !guarded.allowed()) {
+        onProgress(failure(MoveError::Kind::Refused, guarded.refusal));
         co_return;
     }
     if (m_operations.fileExists(destination)) {

@@ -19,7 +19,9 @@ class FolderMover {
 public:
     using ProgressHandler = std::function<void(const MoveProgress &)>;
 
-    FolderMover(MoveFileOperations &operations, CleanupHistoryStore &history);
+    // Only what the guard lets Tessoly remove from `home` may be moved: the
+    // original goes away once the copy stands.
+    FolderMover(MoveFileOperations &operations, CleanupHistoryStore &history, std::filesystem::path home);
 
     // Never throws; the outcome is the last event given to onProgress.
     QCoro::Task<void> move(std::filesystem::path source, std::filesystem::path destinationRoot, bool deleteImmediately,
@@ -31,6 +33,7 @@ public:
 private:
     MoveFileOperations &m_operations;
     CleanupHistoryStore &m_history;
+    std::filesystem::path m_home;
 };
 
 } // namespace tessoly

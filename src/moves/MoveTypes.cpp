@@ -25,6 +25,8 @@ QString MoveError::errorDescription() const
         return QStringLiteral("The file or folder no longer exists at its original location.");
     case Kind::DestinationExists:
         return QStringLiteral("A folder with that name already exists on the external drive. Move or rename it first.");
+    case Kind::Refused:
+        return text;
     }
     return {};
 }

@@ -8,9 +8,9 @@ namespace tessoly {
 
 // Why a move ended without effect (its words say what state the data is in).
 struct MoveError {
-    enum class Kind { InsufficientSpace, CopyFailed, VerificationFailed, RenameFailed, SymlinkFailed, SourceMissing, DestinationExists };
+    enum class Kind { InsufficientSpace, CopyFailed, VerificationFailed, RenameFailed, SymlinkFailed, SourceMissing, DestinationExists, Refused };
     Kind kind = Kind::CopyFailed;
-    QString text{};       // the platform's words, or the verification detail
+    QString text{};       // the platform's words, the verification detail, or the guard's refusal
     qint64 needed = 0;    // InsufficientSpace
     qint64 available = 0; // InsufficientSpace
     [[nodiscard]] QString errorDescription() const;

@@ -459,7 +459,7 @@ QCoro::Task<ApplyResult> SmartScanService::applyMove(QUuid id, MoveAction action
             self->showMoveProgress(id, driveName, progress);
         }
     };
-    FolderMover mover(m_shared.moveOperations, m_shared.history);
+    FolderMover mover(m_shared.moveOperations, m_shared.history, m_platform.locations->home());
     fs::path source = action.source;
     fs::path destination = scope->url();
     co_await mover.move(std::move(source), std::move(destination), deleteImmediately(), std::move(onProgress));

@@ -65,7 +65,7 @@ struct DataMove : ::testing::Test {
     platform::StatvfsVolumeInfo volumes;
     MoveFileOperations operations{trash, volumes};
     CleanupHistoryStore history{home.historyFile(), trash};
-    FolderMover mover{operations, history};
+    FolderMover mover{operations, history, home.path()};
 
     void SetUp() override
     {

@@ -48,7 +48,7 @@ struct Mover : ::testing::Test {
     platform::StatvfsVolumeInfo volumes;
     HookedOperations operations{trash, volumes};
     std::unique_ptr<CleanupHistoryStore> history = std::make_unique<CleanupHistoryStore>(home.historyFile(), trash);
-    std::unique_ptr<FolderMover> mover = std::make_unique<FolderMover>(operations, *history);
+    std::unique_ptr<FolderMover> mover = std::make_unique<FolderMover>(operations, *history, home.path());
     fs::path source = home.path() / "Projects/Film";
     fs::path root = home.path() / "drive/Tessoly Storage";
     fs::path destination = root / "Film";
@@ -77,7 +77,7 @@ struct Mover : ::testing::Test {
         history.reset();
         fs::remove(home.historyFile());
         history = std::make_unique<CleanupHistoryStore>(home.historyFile(), trash);
-        mover = std::make_unique<FolderMover>(operations, *history);
+        mover = std::make_unique<FolderMover>(operations, *history, home.path());
     }
 
     // The state every failure must leave behind.
@@ -160,6 +160,17 @@ TEST_F(Mover, PreflightFailuresTouchNothing)
     runTask(mover->move(missing, root, false, [this](const MoveProgress &p) { events.push_back(p); }));
     EXPECT_EQ(stages(events), "planning,failed");
     expectNothingChanged("The file or folder no longer exists at its original location.");
+
+    // What the guard keeps: a personal folder as a whole, the home, a place outside it.
+    writeFile(home.path() / "Documents/letter.txt", "mine");
+    for (const fs::path &kept : {home.path() / "Documents", home.path(), home.path().parent_path()}) {
+        run(false, kept);
+        EXPECT_EQ(stages(events), "planning,failed") << kept;
+        EXPECT_EQ(events.back().error.kind, MoveError::Kind::Refused) << kept;
+        EXPECT_TRUE(events.back().text().contains("leaves it alone")) << events.back().text().toStdString();
+    }
+    EXPECT_EQ(readFile(home.path() / "Documents/letter.txt"), "mine");
+    EXPECT_TRUE(fs::is_empty(root));
 
     // An earlier, partial copy at the destination: stopped before any copying, and kept.
     writeFile(destination / "a/notes.md", "half");

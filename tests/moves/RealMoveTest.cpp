@@ -35,7 +35,7 @@ TEST(RealMove, ToAnExt4DriveAndBackWithTheDriveUnpluggedInBetween)
     platform::StatvfsVolumeInfo volumes;
     MoveFileOperations operations(trash, volumes);
     CleanupHistoryStore history(home.historyFile(), trash);
-    FolderMover mover(operations, history);
+    FolderMover mover(operations, history, home.path());
     GrantedDestinations destinations(home.defaultsFile(), drive.mountPoint());
     ASSERT_TRUE(destinations.granted);
     SymlinkInventory inventory(history, operations, destinations.store, home.path());
