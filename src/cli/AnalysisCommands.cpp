@@ -18,7 +18,7 @@
 
 namespace tessoly {
 
-int CommandLine::status(const Parsed &parsed)
+QCoro::Task<int> CommandLine::status(Parsed parsed)
 {
     const bool json = parsed.flag("--json");
     const DiskScanner &scanner = *m_app.scanner();
@@ -39,7 +39,7 @@ int CommandLine::status(const Parsed &parsed)
             {QStringLiteral("interfaceMode"), m_app.settings()->interfaceMode()},
         };
         printJson(object);
-        return 0;
+        co_return 0;
     }
     if (capacity <= 0) {
         m_out << "The volume's figures couldn't be read.\n";
@@ -50,7 +50,7 @@ int CommandLine::status(const Parsed &parsed)
     m_out << "Home: " << m_app.homePath() << "\n";
     m_out << "History: " << entries.size() << (entries.size() == 1 ? " operation" : " operations") << ", "
           << restorable << " restorable\n";
-    return 0;
+    co_return 0;
 }
 
 QCoro::Task<int> CommandLine::apps(Parsed parsed)

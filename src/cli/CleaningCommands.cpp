@@ -58,7 +58,7 @@ QString profileNames()
 
 } // namespace
 
-int CommandLine::profiles(const Parsed &parsed)
+QCoro::Task<int> CommandLine::profiles(Parsed parsed)
 {
     const std::filesystem::path home = m_app.platform().locations->home();
     if (parsed.flag("--json")) {
@@ -73,7 +73,7 @@ int CommandLine::profiles(const Parsed &parsed)
                                     {QStringLiteral("targets"), rows}});
         }
         printJson(list);
-        return 0;
+        co_return 0;
     }
     for (const CleanupProfile profile : allCleanupProfiles) {
         m_out << displayName(profile) << " (" << rawValue(profile) << ") — " << tagline(profile) << "\n";
@@ -82,7 +82,7 @@ int CommandLine::profiles(const Parsed &parsed)
                   << "\n      " << abbreviateHome(displayPath(CleanupService::resolve(target, home)), displayPath(home)) << "\n";
         }
     }
-    return 0;
+    co_return 0;
 }
 
 QCoro::Task<int> CommandLine::measure(Parsed parsed)
@@ -265,7 +265,7 @@ QCoro::Task<int> CommandLine::reclaim(Parsed parsed)
     co_return 0;
 }
 
-int CommandLine::history(const Parsed &parsed)
+QCoro::Task<int> CommandLine::history(Parsed parsed)
 {
     const bool json = parsed.flag("--json");
     const auto &entries = m_app.history().entries();
@@ -275,11 +275,11 @@ int CommandLine::history(const Parsed &parsed)
     }
     if (json) {
         m_rawResult = encodeHistory(entries);
-        return 0;
+        co_return 0;
     }
     if (entries.empty()) {
         m_out << "Nothing here yet. Every cleanup, trash, and external-move will be logged here so you can audit and undo.\n";
-        return 0;
+        co_return 0;
     }
     const QDateTime now = QDateTime::currentDateTimeUtc();
     for (const CleanupHistoryEntry &entry : entries) {
@@ -288,17 +288,17 @@ int CommandLine::history(const Parsed &parsed)
               << (entry.items.size() == 1 ? " item" : " items") << " · " << formatBytes(entry.bytesReclaimed) << " · "
               << label(entry.status) << "\n";
     }
-    return 0;
+    co_return 0;
 }
 
-int CommandLine::restore(const Parsed &parsed)
+QCoro::Task<int> CommandLine::restore(Parsed parsed)
 {
     const bool json = parsed.flag("--json");
     const QString &entryId = parsed.words.first();
     const QUuid id(entryId.trimmed());
     const CleanupHistoryEntry *entry = id.isNull() ? nullptr : m_app.history().entry(id);
     if (entry == nullptr)
-        return usageError(QStringLiteral("no history entry has the id “%1”. “tessoly history” lists them.").arg(entryId));
+        co_return usageError(QStringLiteral("no history entry has the id “%1”. “tessoly history” lists them.").arg(entryId));
     // The same gate as the History page's button.
     if (!isRestorable(entry->status)) {
         const QString message = QStringLiteral("Nothing to restore: this entry is “%1”.").arg(label(entry->status));
@@ -307,7 +307,7 @@ int CommandLine::restore(const Parsed &parsed)
                                   {QStringLiteral("message"), message}, {QStringLiteral("status"), rawValue(entry->status)}});
         else
             m_err << message << "\n";
-        return 1;
+        co_return 1;
     }
     const CleanupHistoryStore::RestoreCounts counts = m_app.history().restore(id);
     const QString message = restoreMessage(counts);
@@ -332,7 +332,7 @@ int CommandLine::restore(const Parsed &parsed)
         if (!unrecorded.isEmpty())
             m_err << unrecorded << "\n";
     }
-    return counts.failed == 0 && counts.writeError.isEmpty() ? 0 : 1;
+    co_return counts.failed == 0 && counts.writeError.isEmpty() ? 0 : 1;
 }
 
 } // namespace tessoly

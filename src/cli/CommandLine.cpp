@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <algorithm>
 
 namespace tessoly {
 
@@ -19,10 +20,12 @@ CommandLine::CommandLine(TessolyApp &app, QTextStream &out, QTextStream &err, bo
 {
     // A log that isn't what Tessoly wrote is kept beside it at the first
     // write; say so once, since nobody may look at the window.
-    QObject::connect(&app.history(), &CleanupHistoryStore::unreadableFileKept, &app.history(), [this](const QString &path) {
-        m_err << "tessoly: the log couldn't be read, so its bytes were kept as " << path << " and a new log was started.\n";
-        m_err.flush();
-    });
+    QObject::connect(
+        &app.history(), &CleanupHistoryStore::unreadableFileKept, &app.history(), [this](const QString &path) {
+            m_err << "tessoly: the log couldn't be read, so its bytes were kept as " << path
+                  << " and a new log was started.\n";
+            m_err.flush();
+        });
 }
 
 void CommandLine::printJson(const QJsonValue &value)
@@ -64,70 +67,142 @@ int CommandLine::reportOutcome(bool json, const QString &id, const std::optional
 {
     const QString message = outcome ? outcome->message : QStringLiteral("Nothing happened.");
     if (json)
-        printJson(QJsonObject{{QStringLiteral("id"), id},
-                              {QStringLiteral("message"), message},
-                              {QStringLiteral("success"), outcome && outcome->success}});
+        printJson(QJsonObject{{QStringLiteral("id"), id}, {QStringLiteral("message"), message},
+            {QStringLiteral("success"), outcome && outcome->success}});
     else
         m_out << message << "\n";
     return outcome && outcome->success ? 0 : 1;
 }
 
+// Every command, once: its name, its arguments and options as the usage
+// shows them, its help, and the function that runs it. Parsing, the help
+// text and the dispatch all come from this list.
+const std::vector<CommandLine::Command> &CommandLine::commands()
+{
+    static const std::vector<Command> list{
+        {"status", "", "capacity, free and used space of the home volume", &CommandLine::status},
+        {"history", "", "the log of everything Tessoly has done, newest first", &CommandLine::history},
+        {"restore", "<entry-id>", "put the items of a log entry back from the Trash", &CommandLine::restore},
+        {"profiles", "", "the cleanup catalogue: six profiles and their folders", &CommandLine::profiles},
+        {"measure", "[<profile>|all]", "size, items and presence of each folder of a profile", &CommandLine::measure},
+        {"clean", "<profile> [--only <id>,...] [--delete]", "empty a profile's folders (to the Trash unless --delete)",
+            &CommandLine::clean},
+        {"snapshots", "", "local snapshots the system keeps", &CommandLine::snapshots},
+        {"reclaim", "[--bytes N]", "ask the system to thin local snapshots, and measure what came free",
+            &CommandLine::reclaim},
+        {"drives", "", "external drives that can receive a move", &CommandLine::drives},
+        {"move", "<path> --to <drive> [--yes]",
+            "copy a file or folder to a drive (its mount point or name), verify\n"
+            "the copy and leave a symlink in its place; --yes grants the top\n"
+            "folder of the drive without asking",
+            &CommandLine::move},
+        {"moves", "", "everything moved to a drive so far, and how it stands", &CommandLine::moves},
+        {"bring-back", "<record-id>", "copy a moved item back in place of its symlink", &CommandLine::bringBack},
+        {"offload", "", "big folders nothing has touched in 6+ months", &CommandLine::offload},
+        {"suggestions", "", "known heavy developer and media folders worth moving", &CommandLine::suggestions},
+        {"smart-scan", "[--apply <id>[,<id>...]] [--yes]",
+            "ranked recommendations with sizes, risk, what each does and its id;\n"
+            "--apply applies the cards with those ids (--yes grants a drive's top\n"
+            "folder for moves)",
+            &CommandLine::smartScan},
+        {"easy-clean", "",
+            "the one-button clean: every safe cache card, then hidden space, and\n"
+            "what the disk really gained",
+            &CommandLine::easyClean},
+        {"devclean", "[--delete-node-modules <path> | --prune-docker | --delete-runtime <id> | --remove-unavailable]",
+            "node_modules folders in your projects, Docker's unused data, simulator\n"
+            "runtimes; an option removes one of them (node_modules to the Trash\n"
+            "unless deleteImmediately is on)",
+            &CommandLine::devClean},
+        {"xray", "[--perform <slice-id>]",
+            "what the hidden system figure holds: caches, logs, backups, swap, Trash,\n"
+            "Docker, app data; --perform runs one slice's action (clean, show, reclaim)",
+            &CommandLine::xray},
+        {"apps", "", "installed apps and the storage each one owns, biggest first", &CommandLine::apps},
+        {"duplicates", "[--keep <path>]",
+            "identical files in your personal folders (by SHA-256); --keep keeps that\n"
+            "file and moves the other copies of its group to the Trash",
+            &CommandLine::duplicates},
+        {"search", "[<query>] [--min-mb N] [--limit N]",
+            "files under your home whose name contains the query, biggest first\n"
+            "(at most 500 unless --limit says otherwise)",
+            &CommandLine::search},
+        {"autopilot", "[--run]",
+            "the free-space guardrail's status and last run; --run runs it now\n"
+            "(deletes every safe cache, then thins snapshots if still below the limit)",
+            &CommandLine::autopilot},
+        {"report", "<file.pdf>",
+            "the storage report (figures, categories, biggest files, recent\n"
+            "cleanups) as a one-page PDF",
+            &CommandLine::report},
+        {"settings", "[<key> [<value>]]", "list the settings, show one, or change one (true/false, a number or a word)",
+            &CommandLine::settings},
+        {"help", "", "this text", &CommandLine::help},
+    };
+    return list;
+}
+
+CommandLine::Shape CommandLine::Command::shape() const
+{
+    // Words in brackets are optional; an option followed by "<…>" or "N"
+    // takes that as its value.
+    Shape shape;
+    const QStringList tokens = QString::fromLatin1(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    int depth = 0;
+    for (qsizetype i = 0; i < tokens.size(); ++i) {
+        QString token = tokens.at(i);
+        const int opened = static_cast<int>(token.size() - QString(token).remove(QLatin1Char('[')).size());
+        const bool optional = depth + opened > 0;
+        depth += opened - static_cast<int>(token.count(QLatin1Char(']')));
+        token.remove(QLatin1Char('[')).remove(QLatin1Char(']'));
+        if (token.startsWith(QLatin1String("--"))) {
+            const QString next = i + 1 < tokens.size()
+                ? QString(tokens.at(i + 1)).remove(QLatin1Char('[')).remove(QLatin1Char(']'))
+                : QString();
+            const bool valued = next.startsWith(QLatin1Char('<')) || next == QLatin1String("N");
+            shape.options.insert(token, valued);
+            if (valued) {
+                depth += static_cast<int>(
+                    tokens.at(i + 1).count(QLatin1Char('[')) - tokens.at(i + 1).count(QLatin1Char(']')));
+                ++i;
+            }
+        } else if (token.startsWith(QLatin1Char('<'))) {
+            ++shape.maxWords;
+            if (!optional)
+                ++shape.minWords;
+        }
+    }
+    shape.options.insert(QStringLiteral("--json"), false);
+    return shape;
+}
+
 QString CommandLine::usage()
 {
-    return QStringLiteral(
-        "Usage: tessoly [<command> [arguments] [--json]]\n"
-        "\n"
-        "Without a command, opens the window.\n"
-        "\n"
-        "Commands:\n"
-        "  status               capacity, free and used space of the home volume\n"
-        "  history              the log of everything Tessoly has done, newest first\n"
-        "  restore <entry-id>   put the items of a log entry back from the Trash\n"
-        "  profiles             the cleanup catalogue: six profiles and their folders\n"
-        "  measure [<profile>|all]\n"
-        "                       size, items and presence of each folder of a profile\n"
-        "  clean <profile> [--only <id>,...] [--delete]\n"
-        "                       empty a profile's folders (to the Trash unless --delete)\n"
-        "  snapshots            local snapshots the system keeps\n"
-        "  reclaim [--bytes N]  ask the system to thin local snapshots, and measure what came free\n"
-        "  drives               external drives that can receive a move\n"
-        "  move <path> --to <drive> [--yes]\n"
-        "                       copy a file or folder to a drive (its mount point or name), verify\n"
-        "                       the copy and leave a symlink in its place; --yes grants the top\n"
-        "                       folder of the drive without asking\n"
-        "  moves                everything moved to a drive so far, and how it stands\n"
-        "  bring-back <record-id>\n"
-        "                       copy a moved item back in place of its symlink\n"
-        "  offload              big folders nothing has touched in 6+ months\n"
-        "  suggestions          known heavy developer and media folders worth moving\n"
-        "  smart-scan [--apply <id>[,<id>...]] [--yes]\n"
-        "                       ranked recommendations with sizes, risk, what each does and its id;\n"
-        "                       --apply applies the cards with those ids (--yes grants a drive's top\n"
-        "                       folder for moves)\n"
-        "  easy-clean           the one-button clean: every safe cache card, then hidden space, and\n"
-        "                       what the disk really gained\n"
-        "  devclean             node_modules folders in your projects, Docker's unused data, simulator runtimes\n"
-        "  devclean --delete-node-modules <path> | --prune-docker | --delete-runtime <id> | --remove-unavailable\n"
-        "                       removes one of them (node_modules to the Trash unless deleteImmediately is on)\n"
-        "  xray [--perform <slice-id>]\n"
-        "                       what the hidden system figure holds: caches, logs, backups, swap, Trash,\n"
-        "                       Docker, app data; --perform runs one slice's action (clean, show, reclaim)\n"
-        "  apps                 installed apps and the storage each one owns, biggest first\n"
-        "  duplicates [--keep <path>]\n"
-        "                       identical files in your personal folders (by SHA-256); --keep keeps that\n"
-        "                       file and moves the other copies of its group to the Trash\n"
-        "  search [<query>] [--min-mb N] [--limit N]\n"
-        "                       files under your home whose name contains the query, biggest first\n"
-        "                       (at most 500 unless --limit says otherwise)\n"
-        "  autopilot [--run]    the free-space guardrail's status and last run; --run runs it now\n"
-        "                       (deletes every safe cache, then thins snapshots if still below the limit)\n"
-        "  report <file.pdf>    the storage report (figures, categories, biggest files, recent\n"
-        "                       cleanups) as a one-page PDF\n"
-        "  settings [<key> [<value>]]\n"
-        "                       list the settings, show one, or change one (true/false, a number or a word)\n"
-        "  help                 this text\n"
-        "\n"
-        "--json prints the result as JSON for scripts, and a failure as {\"error\": \"…\"}.\n");
+    QString text = QStringLiteral("Usage: tessoly [<command> [arguments] [--json]]\n\n"
+                                  "Without a command, opens the window.\n\nCommands:\n");
+    constexpr qsizetype helpColumn = 23;
+    for (const Command &command : commands()) {
+        QString line = QStringLiteral("  ") + QLatin1String(command.name);
+        if (*command.arguments != '\0')
+            line += QLatin1Char(' ') + QLatin1String(command.arguments);
+        const QStringList help = QString::fromUtf8(command.help).split(QLatin1Char('\n'));
+        for (qsizetype i = 0; i < help.size(); ++i) {
+            if (line.size() + 1 > helpColumn) {
+                text += line + QLatin1Char('\n');
+                line.clear();
+            }
+            text += line.leftJustified(helpColumn, QLatin1Char(' ')) + help.at(i) + QLatin1Char('\n');
+            line.clear();
+        }
+    }
+    return text
+        + QStringLiteral("\n--json prints the result as JSON for scripts, and a failure as {\"error\": \"…\"}.\n");
+}
+
+QCoro::Task<int> CommandLine::help(Parsed)
+{
+    m_stdout << usage();
+    co_return 0;
 }
 
 int CommandLine::usageError(const QString &message)
@@ -160,21 +235,18 @@ QCoro::Task<int> CommandLine::run(QStringList arguments)
 
 QCoro::Task<int> CommandLine::runCommand(QStringList arguments)
 {
-    static const QStringList flags{QStringLiteral("--json"), QStringLiteral("--delete"), QStringLiteral("--yes"),
-                                   QStringLiteral("--prune-docker"), QStringLiteral("--remove-unavailable"),
-                                   QStringLiteral("--run")};
-    static const QStringList valued{QStringLiteral("--only"), QStringLiteral("--bytes"), QStringLiteral("--to"),
-                                      QStringLiteral("--apply"), QStringLiteral("--delete-node-modules"),
-                                      QStringLiteral("--delete-runtime"), QStringLiteral("--perform"), QStringLiteral("--keep"),
-                                      QStringLiteral("--min-mb"), QStringLiteral("--limit")};
+    // Options may stand anywhere; whether one takes a value is the same for every command.
+    QHash<QString, bool> takesValue;
+    for (const Command &command : commands())
+        takesValue.insert(command.shape().options);
     Parsed parsed;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString &argument = arguments.at(i);
         if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
             parsed.words.prepend(QStringLiteral("help"));
-        } else if (flags.contains(argument)) {
+        } else if (takesValue.contains(argument) && !takesValue.value(argument)) {
             parsed.options.insert(argument, QString());
-        } else if (valued.contains(argument)) {
+        } else if (takesValue.contains(argument)) {
             if (i + 1 >= arguments.size())
                 co_return usageError(QStringLiteral("%1 needs a value.").arg(argument));
             parsed.options.insert(argument, arguments.at(++i));
@@ -188,109 +260,22 @@ QCoro::Task<int> CommandLine::runCommand(QStringList arguments)
         co_return usageError(QStringLiteral("no command given. Try “tessoly help”."));
     parsed.command = parsed.words.takeFirst();
 
-    struct Shape {
-        const char *command;
-        qsizetype minWords;
-        qsizetype maxWords;
-        const char *usage;
-        QStringList options;
-    };
-    const Shape shapes[] = {
-        {"help", 0, 0, "help", {}},
-        {"status", 0, 0, "status [--json]", {"--json"}},
-        {"history", 0, 0, "history [--json]", {"--json"}},
-        {"restore", 1, 1, "restore <entry-id> [--json]", {"--json"}},
-        {"profiles", 0, 0, "profiles [--json]", {"--json"}},
-        {"measure", 0, 1, "measure [<profile>|all] [--json]", {"--json"}},
-        {"clean", 1, 1, "clean <profile> [--only <id>,...] [--delete] [--json]", {"--json", "--only", "--delete"}},
-        {"snapshots", 0, 0, "snapshots [--json]", {"--json"}},
-        {"reclaim", 0, 0, "reclaim [--bytes N] [--json]", {"--json", "--bytes"}},
-        {"drives", 0, 0, "drives [--json]", {"--json"}},
-        {"move", 1, 1, "move <path> --to <mount point or drive name> [--yes] [--json]", {"--json", "--to", "--yes"}},
-        {"moves", 0, 0, "moves [--json]", {"--json"}},
-        {"bring-back", 1, 1, "bring-back <record-id> [--json]", {"--json"}},
-        {"offload", 0, 0, "offload [--json]", {"--json"}},
-        {"suggestions", 0, 0, "suggestions [--json]", {"--json"}},
-        {"settings", 0, 2, "settings [<key> [<value>]] [--json]", {"--json"}},
-        {"smart-scan", 0, 0, "smart-scan [--apply <id>[,<id>...]] [--yes] [--json]", {"--json", "--apply", "--yes"}},
-        {"easy-clean", 0, 0, "easy-clean [--json]", {"--json"}},
-        {"devclean", 0, 0,
-         "devclean [--delete-node-modules <path> | --prune-docker | --delete-runtime <id> | --remove-unavailable] [--json]",
-         {"--json", "--delete-node-modules", "--prune-docker", "--delete-runtime", "--remove-unavailable"}},
-        {"xray", 0, 0, "xray [--perform <slice-id>] [--json]", {"--json", "--perform"}},
-        {"apps", 0, 0, "apps [--json]", {"--json"}},
-        {"duplicates", 0, 0, "duplicates [--keep <path>] [--json]", {"--json", "--keep"}},
-        {"autopilot", 0, 0, "autopilot [--run] [--json]", {"--json", "--run"}},
-        {"report", 1, 1, "report <file.pdf> [--json]", {"--json"}},
-        {"search", 0, 1, "search [<query>] [--min-mb N] [--limit N] [--json]", {"--json", "--min-mb", "--limit"}},
-    };
-    const Shape *shape = nullptr;
-    for (const Shape &candidate : shapes) {
-        if (parsed.command == QLatin1String(candidate.command))
-            shape = &candidate;
-    }
-    if (shape == nullptr)
+    const auto command = std::find_if(commands().begin(), commands().end(),
+        [&](const Command &c) { return parsed.command == QLatin1String(c.name); });
+    if (command == commands().end())
         co_return usageError(QStringLiteral("unknown command “%1”. Try “tessoly help”.").arg(parsed.command));
-    if (parsed.words.size() < shape->minWords || parsed.words.size() > shape->maxWords)
-        co_return usageError(QStringLiteral("usage: tessoly %1").arg(QLatin1String(shape->usage)));
-    for (auto it = parsed.options.begin(); it != parsed.options.end(); ++it) {
-        if (!shape->options.contains(it.key()))
-            co_return usageError(QStringLiteral("%1 doesn't apply to “%2”. Usage: tessoly %3")
-                                     .arg(it.key(), parsed.command, QLatin1String(shape->usage)));
+    const Shape shape = command->shape();
+    const QString usage = QStringLiteral("%1 %2 [--json]")
+                              .arg(QLatin1String(command->name), QLatin1String(command->arguments))
+                              .simplified();
+    if (parsed.words.size() < shape.minWords || parsed.words.size() > shape.maxWords)
+        co_return usageError(QStringLiteral("usage: tessoly %1").arg(usage));
+    for (auto it = parsed.options.cbegin(); it != parsed.options.cend(); ++it) {
+        if (!shape.options.contains(it.key()))
+            co_return usageError(
+                QStringLiteral("%1 doesn't apply to “%2”. Usage: tessoly %3").arg(it.key(), parsed.command, usage));
     }
-
-    int code = 0;
-    if (parsed.command == QLatin1String("help"))
-        m_stdout << usage();
-    else if (parsed.command == QLatin1String("status"))
-        code = status(parsed);
-    else if (parsed.command == QLatin1String("history"))
-        code = history(parsed);
-    else if (parsed.command == QLatin1String("restore"))
-        code = restore(parsed);
-    else if (parsed.command == QLatin1String("profiles"))
-        code = profiles(parsed);
-    else if (parsed.command == QLatin1String("measure"))
-        code = co_await measure(parsed);
-    else if (parsed.command == QLatin1String("clean"))
-        code = co_await clean(parsed);
-    else if (parsed.command == QLatin1String("snapshots"))
-        code = co_await snapshots(parsed);
-    else if (parsed.command == QLatin1String("reclaim"))
-        code = co_await reclaim(parsed);
-    else if (parsed.command == QLatin1String("drives"))
-        code = co_await drives(parsed);
-    else if (parsed.command == QLatin1String("move"))
-        code = co_await move(parsed);
-    else if (parsed.command == QLatin1String("moves"))
-        code = moves(parsed);
-    else if (parsed.command == QLatin1String("bring-back"))
-        code = co_await bringBack(parsed);
-    else if (parsed.command == QLatin1String("offload"))
-        code = co_await offload(parsed);
-    else if (parsed.command == QLatin1String("suggestions"))
-        code = co_await suggestions(parsed);
-    else if (parsed.command == QLatin1String("settings"))
-        code = settings(parsed);
-    else if (parsed.command == QLatin1String("smart-scan"))
-        code = co_await smartScan(parsed);
-    else if (parsed.command == QLatin1String("easy-clean"))
-        code = co_await easyClean(parsed);
-    else if (parsed.command == QLatin1String("devclean"))
-        code = co_await devClean(parsed);
-    else if (parsed.command == QLatin1String("xray"))
-        code = co_await xray(parsed);
-    else if (parsed.command == QLatin1String("apps"))
-        code = co_await apps(parsed);
-    else if (parsed.command == QLatin1String("duplicates"))
-        code = co_await duplicates(parsed);
-    else if (parsed.command == QLatin1String("autopilot"))
-        code = co_await autopilot(parsed);
-    else if (parsed.command == QLatin1String("report"))
-        code = co_await report(parsed);
-    else if (parsed.command == QLatin1String("search"))
-        code = co_await search(parsed);
-    co_return code;
+    co_return co_await (this->*(command->handler))(std::move(parsed));
 }
 
 } // namespace tessoly

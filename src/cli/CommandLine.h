@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QTextStream>
 #include <optional>
+#include <vector>
 
 namespace tessoly {
 
@@ -35,22 +36,40 @@ private:
         [[nodiscard]] bool flag(const char *name) const { return options.contains(QLatin1String(name)); }
     };
 
+    // What a command accepts: how many words, and its options (true when
+    // one takes a value; --json always applies).
+    struct Shape {
+        qsizetype minWords = 0;
+        qsizetype maxWords = 0;
+        QHash<QString, bool> options;
+    };
+    using Handler = QCoro::Task<int> (CommandLine::*)(Parsed);
+    struct Command {
+        const char *name;
+        const char *arguments; // as the usage shows them: "<path> --to <drive> [--yes]"
+        const char *help; // the help's lines, without indentation
+        Handler handler;
+        [[nodiscard]] Shape shape() const;
+    };
+    [[nodiscard]] static const std::vector<Command> &commands();
+
     QCoro::Task<int> runCommand(QStringList arguments);
-    int status(const Parsed &parsed);
-    int history(const Parsed &parsed);
-    int restore(const Parsed &parsed);
-    int profiles(const Parsed &parsed);
+    // One per command, in the subsystem's file.
+    QCoro::Task<int> status(Parsed parsed);
+    QCoro::Task<int> history(Parsed parsed);
+    QCoro::Task<int> restore(Parsed parsed);
+    QCoro::Task<int> profiles(Parsed parsed);
     QCoro::Task<int> measure(Parsed parsed);
     QCoro::Task<int> clean(Parsed parsed);
     QCoro::Task<int> snapshots(Parsed parsed);
     QCoro::Task<int> reclaim(Parsed parsed);
     QCoro::Task<int> drives(Parsed parsed);
     QCoro::Task<int> move(Parsed parsed);
-    int moves(const Parsed &parsed);
+    QCoro::Task<int> moves(Parsed parsed);
     QCoro::Task<int> bringBack(Parsed parsed);
     QCoro::Task<int> offload(Parsed parsed);
     QCoro::Task<int> suggestions(Parsed parsed);
-    int settings(const Parsed &parsed);
+    QCoro::Task<int> settings(Parsed parsed);
     QCoro::Task<int> smartScan(Parsed parsed);
     QCoro::Task<int> easyClean(Parsed parsed);
     QCoro::Task<int> devClean(Parsed parsed);
@@ -60,6 +79,7 @@ private:
     QCoro::Task<int> search(Parsed parsed);
     QCoro::Task<int> autopilot(Parsed parsed);
     QCoro::Task<int> report(Parsed parsed);
+    QCoro::Task<int> help(Parsed parsed);
     // One line on stderr, and the words of the JSON "error"; returns 2.
     int usageError(const QString &message);
     // The same for an operation that failed; returns 1.

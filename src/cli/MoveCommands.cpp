@@ -155,7 +155,7 @@ QCoro::Task<int> CommandLine::move(Parsed parsed)
     co_return done && unrecorded.isEmpty() ? 0 : 1;
 }
 
-int CommandLine::moves(const Parsed &parsed)
+QCoro::Task<int> CommandLine::moves(Parsed parsed)
 {
     SymlinkInventory &inventory = *m_app.inventory();
     inventory.refresh();
@@ -174,11 +174,11 @@ int CommandLine::moves(const Parsed &parsed)
                               {QStringLiteral("spaceFreedBytes"), inventory.totalBytes()},
                               {QStringLiteral("activeSymlinks"), inventory.activeCount()},
                               {QStringLiteral("needsAttention"), inventory.attentionCount()}});
-        return 0;
+        co_return 0;
     }
     if (records.empty()) {
         m_out << "No moves yet\n";
-        return 0;
+        co_return 0;
     }
     m_out << "Space freed by moves: " << formatBytes(inventory.totalBytes()) << " · Active symlinks: "
           << inventory.activeCount() << " · Needs attention: " << inventory.attentionCount() << "\n";
@@ -189,7 +189,7 @@ int CommandLine::moves(const Parsed &parsed)
               << label(record.status) << "\n    Original: " << pathToText(record.originalPath)
               << "\n    Now on:   " << pathToText(record.externalPath) << "\n";
     }
-    return 0;
+    co_return 0;
 }
 
 QCoro::Task<int> CommandLine::bringBack(Parsed parsed)

@@ -73,7 +73,7 @@ std::optional<QVariant> parseValue(const QString &key, const QVariant &current, 
 
 } // namespace
 
-int CommandLine::settings(const Parsed &parsed)
+QCoro::Task<int> CommandLine::settings(Parsed parsed)
 {
     const bool json = parsed.flag("--json");
     SettingsStore &store = *m_app.settings();
@@ -86,24 +86,24 @@ int CommandLine::settings(const Parsed &parsed)
         }
         if (json)
             printJson(object);
-        return 0;
+        co_return 0;
     }
     const QString &key = parsed.words.first();
     if (!SettingsStore::keys().contains(key))
-        return usageError(QStringLiteral("no setting is called “%1”. “tessoly settings” lists them.").arg(key));
+        co_return usageError(QStringLiteral("no setting is called “%1”. “tessoly settings” lists them.").arg(key));
     if (parsed.words.size() == 2) {
         QString error;
         const std::optional<QVariant> value = parseValue(key, store.value(key), parsed.words.at(1), &error);
         if (!value)
-            return usageError(error);
+            co_return usageError(error);
         if (!store.setValue(key, *value, &error))
-            return fail(error + QStringLiteral(" The setting keeps its old value."));
+            co_return fail(error + QStringLiteral(" The setting keeps its old value."));
     }
     if (json)
         printJson(QJsonObject{{QStringLiteral("key"), key}, {QStringLiteral("value"), QJsonValue::fromVariant(store.value(key))}});
     else
         m_out << key << " = " << shown(store.value(key)) << "\n";
-    return 0;
+    co_return 0;
 }
 
 } // namespace tessoly
