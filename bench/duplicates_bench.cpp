@@ -5,7 +5,7 @@
 // sha256` per core; and a second scan (hash cache warm) against one walk.
 //
 //   duplicates_bench [home folder]   (default: /tmp/tessoly-duplicates-bench, made on first use)
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cleaning/DuplicateFinder.h"
 #include "platform/FileWalker.h"
 #include "platform/linux/FreedesktopTrash.h"

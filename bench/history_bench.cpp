@@ -4,8 +4,8 @@
 // Also times the parts without the disk (decode + encode) and the lock alone.
 //
 //   history_bench [folder]    (default: a new folder under /var/tmp, on a real disk)
-#include "cleaning/CleanupHistoryStore.h"
-#include "cleaning/HistoryJson.h"
+#include "history/CleanupHistoryStore.h"
+#include "history/HistoryJson.h"
 #include "platform/AtomicFile.h"
 #include "platform/SharedFile.h"
 #include "platform/linux/FreedesktopTrash.h"

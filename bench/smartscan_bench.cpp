@@ -7,7 +7,7 @@
 //   smartscan_bench [home folder]   (default: /tmp/tessoly-smartscan-bench, made on first use)
 #include "application/TessolyApp.h"
 #include "cleaning/CleanupCatalogue.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
 #include "platform/FileWalker.h"
 #include "platform/Platform.h"

@@ -1,5 +1,7 @@
 #include "analysis/DiskForecast.h"
 
+#include "core/DefaultsKeys.h"
+
 #include "platform/DefaultsStore.h"
 
 #include <QJsonArray>
@@ -68,7 +70,7 @@ std::optional<std::vector<DiskForecast::Sample>> DiskForecast::decode(const QByt
 
 void DiskForecast::load()
 {
-    const auto stored = m_defaults.object(QString::fromLatin1(key));
+    const auto stored = m_defaults.object(QString::fromLatin1(keys::forecastSamples));
     if (!stored || stored->typeId() != QMetaType::QByteArray)
         return;
     // Undecodable data reads as no history; it stays stored until the next sample replaces it.
@@ -95,7 +97,7 @@ void DiskForecast::recordSample(qint64 usedBytes, qint64 totalBytes)
 
 void DiskForecast::persist()
 {
-    m_defaults.set(QString::fromLatin1(key), encode(m_samples));
+    m_defaults.set(QString::fromLatin1(keys::forecastSamples), encode(m_samples));
 }
 
 std::optional<double> DiskForecast::slope() const

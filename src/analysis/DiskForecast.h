@@ -27,7 +27,6 @@ public:
     };
     using Clock = std::function<QDateTime()>;
 
-    static constexpr const char *key = "TessolyForecast.samples";
     static constexpr int maxSamples = 30;
     static constexpr qint64 minimumSecondsApart = 21600;     // 6 hours
     static constexpr qint64 minimumBytesMoved = 536870912;   // 512 MiB

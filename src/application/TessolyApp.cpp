@@ -7,14 +7,15 @@
 #include "analysis/DiskForecast.h"
 #include "analysis/UniversalSearchService.h"
 #include "analysis/DiskScanner.h"
-#include "cleaning/CleanupHistoryModel.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryModel.h"
+#include "history/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
 #include "cleaning/DevDeepClean.h"
 #include "cleaning/DuplicateFinder.h"
 #include "cleaning/SystemDataXRay.h"
 #include "cleaning/HiddenSpaceCard.h"
 #include "cleaning/MaintenanceService.h"
+#include "core/DefaultsKeys.h"
 #include "core/OnboardingState.h"
 #include "platform/PathText.h"
 #include "core/SettingsStore.h"
@@ -37,7 +38,10 @@ namespace tessoly {
 TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHistoryStore *history, QObject *parent)
     : QObject(parent)
     , m_platform(std::move(platform))
-    , m_history(history != nullptr ? history : &CleanupHistoryStore::shared())
+    , m_ownHistory(history != nullptr ? nullptr
+                                      : std::make_unique<CleanupHistoryStore>(
+                                            m_platform->locations->applicationSupport() / "history.json", *m_platform->trash))
+    , m_history(history != nullptr ? history : m_ownHistory.get())
 {
     const std::filesystem::path home = m_platform->locations->home();
     // The long-lived services, in their fixed order.
@@ -133,13 +137,13 @@ void TessolyApp::startAutomation()
 void TessolyApp::start()
 {
     m_scanner->refreshVolumeInfo();
-    if (!m_platform->defaults->boolValue(QString::fromLatin1(OnboardingState::kCompletedKey)).value_or(false))
+    if (!m_platform->defaults->boolValue(QString::fromLatin1(keys::onboardingCompleted)).value_or(false))
         m_onboarding->setShowing(true);
 }
 
 void TessolyApp::finishOnboarding()
 {
-    m_platform->defaults->set(QString::fromLatin1(OnboardingState::kCompletedKey), true);
+    m_platform->defaults->set(QString::fromLatin1(keys::onboardingCompleted), true);
     m_onboarding->setShowing(false);
 }
 

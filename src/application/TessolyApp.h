@@ -47,7 +47,8 @@ class TessolyApp : public QObject {
     Q_OBJECT
 
 public:
-    // The history is the process-wide log unless a store is given (tests).
+    // The log is history.json in the application support folder, on the
+    // platform's Trash, unless a store is given (tests).
     explicit TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHistoryStore *history = nullptr,
                         QObject *parent = nullptr);
     ~TessolyApp() override;
@@ -120,6 +121,7 @@ private:
     std::unique_ptr<MoveFileOperations> m_moveOperations;
     std::unique_ptr<FolderMover> m_mover;
     std::unique_ptr<StorageReportExporter> m_reportExporter;
+    std::unique_ptr<CleanupHistoryStore> m_ownHistory; // the log in the application support folder
     CleanupHistoryStore *m_history = nullptr;
     // Services, in construction order; all are children of this object.
     DiskScanner *m_scanner = nullptr;

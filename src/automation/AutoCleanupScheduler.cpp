@@ -1,5 +1,7 @@
 #include "automation/AutoCleanupScheduler.h"
 
+#include "core/DefaultsKeys.h"
+
 #include "automation/AutomationNotices.h"
 #include "automation/BackgroundJob.h"
 #include "cleaning/CleanupCatalogue.h"
@@ -34,7 +36,7 @@ QDateTime AutoCleanupScheduler::now() const
 
 void AutoCleanupScheduler::reload()
 {
-    m_lastRunAt = loadRunTime(*m_platform.defaults, lastRunKey);
+    m_lastRunAt = loadRunTime(*m_platform.defaults, keys::autoCleanupLastRun);
     emit changed();
 }
 
@@ -77,7 +79,7 @@ QCoro::Task<void> AutoCleanupScheduler::runCleanup()
         co_return;
     m_lastFreedBytes = freed;
     m_lastRunAt = now();
-    storeRunTime(*m_platform.defaults, lastRunKey, *m_lastRunAt);
+    storeRunTime(*m_platform.defaults, keys::autoCleanupLastRun, *m_lastRunAt);
     if (freed >= 1 && m_settings.notificationsEnabled())
         m_notices.notifyCleanupDone(freed);
     m_isRunning = false;

@@ -29,7 +29,6 @@ class AutoCleanupScheduler : public QObject {
 
 public:
     using Clock = std::function<QDateTime()>;
-    static constexpr const char *lastRunKey = "TessolyAutoCleanup.lastRunAt";
     static constexpr int checkIntervalSeconds = 600;
 
     AutoCleanupScheduler(std::filesystem::path home, platform::Platform &platform, SettingsStore &settings,

@@ -29,7 +29,7 @@ std::vector<StatusMenuRow> StatusMenu::rows(const StatusFigures &figures)
 
 QString StatusMenu::symbol(const StatusFigures &figures)
 {
-    if (figures.autopilotEnabled && figures.freeBytes < qint64(figures.autopilotMinFreeGB) * 1073741824)
+    if (figures.autopilotEnabled && figures.freeBytes < qint64(figures.autopilotMinFreeGB) * bytesPerGiB)
         return QStringLiteral("externaldrive.fill.trianglebadge.exclamationmark");
     return QStringLiteral("internaldrive");
 }

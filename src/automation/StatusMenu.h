@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/ByteFormat.h"
+
 #include <QString>
 #include <vector>
 
@@ -29,8 +31,7 @@ struct StatusFigures {
 
 class StatusMenu {
 public:
-    static constexpr qint64 purgeableThreshold = 1073741824; // 1 GiB
-    static constexpr qint64 reclaimRequestBytes = 53687091200;
+    static constexpr qint64 purgeableThreshold = bytesPerGiB;
 
     [[nodiscard]] static std::vector<StatusMenuRow> rows(const StatusFigures &figures);
     // The item's symbol: a warning only while the guardrail is on and free space is under it.

@@ -1,5 +1,7 @@
 #include "automation/StorageAutopilot.h"
 
+#include "core/DefaultsKeys.h"
+
 #include "automation/AutomationNotices.h"
 #include "automation/BackgroundJob.h"
 #include "cleaning/CleanupService.h"
@@ -39,12 +41,12 @@ QDateTime StorageAutopilot::now() const
 
 qint64 StorageAutopilot::limitBytes() const
 {
-    return qint64(m_settings.autopilotMinFreeGB()) * 1073741824;
+    return qint64(m_settings.autopilotMinFreeGB()) * bytesPerGiB;
 }
 
 void StorageAutopilot::reload()
 {
-    m_lastRunAt = loadRunTime(*m_platform.defaults, lastRunKey);
+    m_lastRunAt = loadRunTime(*m_platform.defaults, keys::autopilotLastRun);
     emit changed();
 }
 
@@ -121,7 +123,7 @@ QCoro::Task<void> StorageAutopilot::runGuardrail()
     m_currentFreeBytes = after;
     m_lastFreedBytes = std::max(std::max<qint64>(after - before, 0), std::max<qint64>(cleaned, 0));
     m_lastRunAt = now();
-    storeRunTime(*m_platform.defaults, lastRunKey, *m_lastRunAt);
+    storeRunTime(*m_platform.defaults, keys::autopilotLastRun, *m_lastRunAt);
     if (m_settings.notificationsEnabled()) {
         if (m_lastFreedBytes >= 1)
             m_notices.notifyAutopilotRan(m_lastFreedBytes, after, m_settings.autopilotMinFreeGB());

@@ -37,7 +37,6 @@ class StorageAutopilot : public QObject {
 
 public:
     using Clock = std::function<QDateTime()>;
-    static constexpr const char *lastRunKey = "TessolyAutopilot.lastRunAt";
     static constexpr int checkIntervalSeconds = 300;
     static constexpr qint64 runCooldownSeconds = 21600;
     static constexpr qint64 minimumThinBytes = 5368709120; // 5 GiB

@@ -1,7 +1,7 @@
 #include "cleaning/CleanupService.h"
 
-#include "cleaning/CleanupHistoryStore.h"
-#include "cleaning/HistoryJournal.h"
+#include "history/CleanupHistoryStore.h"
+#include "history/HistoryJournal.h"
 #include "core/ByteFormat.h"
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cleaning/CleanupCatalogue.h"
-#include "cleaning/CleanupHistoryEntry.h"
+#include "history/CleanupHistoryEntry.h"
 
 #include <QCoro/QCoroTask>
 #include <QHash>

@@ -1,7 +1,7 @@
 #include "cleaning/DevDeepClean.h"
 
-#include "cleaning/CleanupHistoryEntry.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryEntry.h"
+#include "history/CleanupHistoryStore.h"
 #include "core/ByteFormat.h"
 #include "core/SettingsStore.h"
 #include "platform/DefaultsStore.h"

@@ -1,8 +1,8 @@
 #include "cleaning/DuplicateFinder.h"
 
-#include "cleaning/CleanupHistoryEntry.h"
-#include "cleaning/CleanupHistoryStore.h"
-#include "cleaning/HistoryJournal.h"
+#include "history/CleanupHistoryEntry.h"
+#include "history/CleanupHistoryStore.h"
+#include "history/HistoryJournal.h"
 #include "core/QueuedProgress.h"
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"

@@ -55,7 +55,7 @@ QCoro::Task<void> HiddenSpaceCard::reclaim()
     m_beforeFree = m_scanner.totalFree();
     m_afterFree.reset();
     emit changed();
-    co_await m_maintenance.reclaim(MaintenanceService::kDefaultPurgeBytes);
+    co_await m_maintenance.reclaim();
     m_scanner.refreshVolumeInfo();
     m_afterFree = m_scanner.totalFree();
     m_purgeableBytes = m_maintenance.purgeableBytesAtHome();

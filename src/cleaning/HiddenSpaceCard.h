@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/ByteFormat.h"
+
 #include <QCoro/QCoroTask>
 #include <QObject>
 
@@ -20,7 +22,7 @@ class HiddenSpaceCard : public QObject {
     Q_PROPERTY(qint64 afterFree READ afterFree NOTIFY changed)
 
 public:
-    static constexpr qint64 kShowThreshold = 1073741824; // 1 GiB
+    static constexpr qint64 kShowThreshold = bytesPerGiB;
 
     HiddenSpaceCard(MaintenanceService &maintenance, DiskScanner &scanner, QObject *parent = nullptr);
 

@@ -47,7 +47,7 @@ public:
     [[nodiscard]] const std::optional<QString> &lastError() const { return m_lastError; }
 
     QCoro::Task<void> refreshSnapshots();
-    QCoro::Task<void> reclaim(qint64 purgeBytes);
+    QCoro::Task<void> reclaim(qint64 purgeBytes = kDefaultPurgeBytes);
     [[nodiscard]] qint64 currentFreeBytes() const;
     // Available for important use minus plainly available, never below 0.
     [[nodiscard]] qint64 purgeableBytes(const std::filesystem::path &path) const;

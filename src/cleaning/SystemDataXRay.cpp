@@ -411,7 +411,7 @@ QCoro::Task<void> SystemDataXRay::perform(XRaySlice slice)
         m_platform.revealer->reveal(slice.revealURL);
         break;
     case XRaySlice::Action::ThinSnapshots: {
-        co_await m_maintenance->reclaim(kThinRequestBytes);
+        co_await m_maintenance->reclaim();
         if (!self)
             co_return;
         const qint64 released = m_maintenance->lastReclaimedBytes();

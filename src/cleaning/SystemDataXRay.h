@@ -64,8 +64,6 @@ class SystemDataXRay : public QObject {
     Q_PROPERTY(QVariantMap results READ resultMap NOTIFY resultsChanged)
 
 public:
-    static constexpr qint64 kThinRequestBytes = 53687091200;
-
     SystemDataXRay(std::filesystem::path home, platform::Platform &platform, CleanupHistoryStore &history,
                    QObject *parent = nullptr);
     ~SystemDataXRay() override;

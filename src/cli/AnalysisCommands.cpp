@@ -4,7 +4,7 @@
 #include "analysis/DiskScanner.h"
 #include "analysis/UniversalSearchService.h"
 #include "application/TessolyApp.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cli/CommandLine.h"
 #include "core/ByteFormat.h"
 #include "core/RelativeTime.h"

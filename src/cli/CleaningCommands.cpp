@@ -1,12 +1,12 @@
 // The command line's cleaning commands: the catalogue, measuring, cleaning,
 // the log and its undo, and local snapshots.
 #include "analysis/DiskScanner.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
 #include "cleaning/DevDeepClean.h"
 #include "cleaning/DuplicateFinder.h"
 #include "cleaning/SystemDataXRay.h"
-#include "cleaning/HistoryJson.h"
+#include "history/HistoryJson.h"
 #include "cleaning/MaintenanceService.h"
 #include "core/ByteFormat.h"
 #include "core/RelativeTime.h"

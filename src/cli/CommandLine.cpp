@@ -1,7 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "application/TessolyApp.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

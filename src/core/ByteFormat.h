@@ -5,6 +5,8 @@
 
 namespace tessoly {
 
+inline constexpr qint64 bytesPerGiB = 1'073'741'824; // the binary unit the thresholds and the guardrail count in
+
 // The one byte formatter of the process: decimal units (1 KB = 1000 bytes),
 // KB, MB and GB only, unit always shown. KB without decimals, MB with one,
 // GB with two; trailing zeros dropped; "Zero KB" for nothing.

@@ -11,7 +11,6 @@ class OnboardingState : public QObject {
 
 public:
     using QObject::QObject;
-    static constexpr const char *kCompletedKey = "TessolyOnboardingCompletedV1";
 
     [[nodiscard]] bool isShowing() const { return m_isShowing; }
     void setShowing(bool showing)

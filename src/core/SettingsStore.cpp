@@ -1,5 +1,7 @@
 #include "core/SettingsStore.h"
 
+#include "core/DefaultsKeys.h"
+
 #include "core/AutoFrequency.h"
 #include "platform/DefaultsStore.h"
 
@@ -10,20 +12,6 @@
 namespace tessoly {
 namespace {
 
-constexpr const char *kNotificationsEnabled = "TessolySettings.notificationsEnabled";
-constexpr const char *kLowDiskThresholdPercent = "TessolySettings.lowDiskThresholdPercent";
-constexpr const char *kNotifyOnScanComplete = "TessolySettings.notifyOnScanComplete";
-constexpr const char *kDefaultExternalDriveName = "TessolySettings.defaultExternalDriveName";
-constexpr const char *kExternalDriveMinFreeGB = "TessolySettings.externalDriveMinFreeGB";
-constexpr const char *kWarnOnSlowExternalDrive = "TessolySettings.warnOnSlowExternalDrive";
-constexpr const char *kInterfaceMode = "TessolySettings.interfaceMode";
-constexpr const char *kAutopilotEnabled = "TessolySettings.autopilotEnabled";
-constexpr const char *kAutopilotMinFreeGB = "TessolySettings.autopilotMinFreeGB";
-constexpr const char *kAutoCleanupEnabled = "TessolySettings.autoCleanupEnabled";
-constexpr const char *kAutoCleanupProfile = "TessolySettings.autoCleanupProfile";
-constexpr const char *kAutoCleanupFrequency = "TessolySettings.autoCleanupFrequency";
-constexpr const char *kAnimationsEnabled = "TessolySettings.animationsEnabled";
-constexpr const char *kShowMenubarIcon = "TessolySettings.showMenubarIcon";
 
 QString key(const char *name)
 {
@@ -69,31 +57,30 @@ void SettingsStore::readAll()
         emit(this->*changed)();
     };
 
-    take(m_notificationsEnabled, readBool(kNotificationsEnabled, true), &SettingsStore::notificationsEnabledChanged);
-    take(m_lowDiskThresholdPercent, readInt(kLowDiskThresholdPercent, 90), &SettingsStore::lowDiskThresholdPercentChanged);
-    take(m_notifyOnScanComplete, readBool(kNotifyOnScanComplete, false), &SettingsStore::notifyOnScanCompleteChanged);
-    take(m_defaultExternalDriveName, readString(kDefaultExternalDriveName, QString()), &SettingsStore::defaultExternalDriveNameChanged);
-    take(m_externalDriveMinFreeGB, readInt(kExternalDriveMinFreeGB, 10), &SettingsStore::externalDriveMinFreeGBChanged);
-    take(m_warnOnSlowExternalDrive, readBool(kWarnOnSlowExternalDrive, true), &SettingsStore::warnOnSlowExternalDriveChanged);
-    take(m_deleteImmediately, readBool(kDeleteImmediatelyKey, false), &SettingsStore::deleteImmediatelyChanged);
+    take(m_notificationsEnabled, readBool(keys::notificationsEnabled, true), &SettingsStore::notificationsEnabledChanged);
+    take(m_lowDiskThresholdPercent, readInt(keys::lowDiskThresholdPercent, 90), &SettingsStore::lowDiskThresholdPercentChanged);
+    take(m_notifyOnScanComplete, readBool(keys::notifyOnScanComplete, false), &SettingsStore::notifyOnScanCompleteChanged);
+    take(m_defaultExternalDriveName, readString(keys::defaultExternalDriveName, QString()), &SettingsStore::defaultExternalDriveNameChanged);
+    take(m_externalDriveMinFreeGB, readInt(keys::externalDriveMinFreeGB, 10), &SettingsStore::externalDriveMinFreeGBChanged);
+    take(m_warnOnSlowExternalDrive, readBool(keys::warnOnSlowExternalDrive, true), &SettingsStore::warnOnSlowExternalDriveChanged);
+    take(m_deleteImmediately, readBool(keys::deleteImmediately, false), &SettingsStore::deleteImmediatelyChanged);
     // An installation from before the Easy screen has stored settings but no
     // interface mode: it keeps the full app. A new one starts simple.
-    const bool upgraded = !defaults.contains(key(kInterfaceMode)) && defaults.contains(key(kNotificationsEnabled));
-    take(m_interfaceMode, readString(kInterfaceMode, upgraded ? QStringLiteral("advanced") : QStringLiteral("simple")),
+    const bool upgraded = !defaults.contains(key(keys::interfaceMode)) && defaults.contains(key(keys::notificationsEnabled));
+    take(m_interfaceMode, readString(keys::interfaceMode, upgraded ? QStringLiteral("advanced") : QStringLiteral("simple")),
          &SettingsStore::interfaceModeChanged);
-    take(m_autopilotEnabled, readBool(kAutopilotEnabled, false), &SettingsStore::autopilotEnabledChanged);
-    take(m_autopilotMinFreeGB, readInt(kAutopilotMinFreeGB, 20), &SettingsStore::autopilotMinFreeGBChanged);
-    take(m_autoCleanupEnabled, readBool(kAutoCleanupEnabled, false), &SettingsStore::autoCleanupEnabledChanged);
-    take(m_autoCleanupProfile, readString(kAutoCleanupProfile, QStringLiteral("generalUser")), &SettingsStore::autoCleanupProfileChanged);
-    take(m_autoCleanupFrequency, rawValue(autoFrequencyFromRaw(readString(kAutoCleanupFrequency, QStringLiteral("weekly")))),
+    take(m_autopilotEnabled, readBool(keys::autopilotEnabled, false), &SettingsStore::autopilotEnabledChanged);
+    take(m_autopilotMinFreeGB, readInt(keys::autopilotMinFreeGB, 20), &SettingsStore::autopilotMinFreeGBChanged);
+    take(m_autoCleanupEnabled, readBool(keys::autoCleanupEnabled, false), &SettingsStore::autoCleanupEnabledChanged);
+    take(m_autoCleanupProfile, readString(keys::autoCleanupProfile, QStringLiteral("generalUser")), &SettingsStore::autoCleanupProfileChanged);
+    take(m_autoCleanupFrequency, rawValue(autoFrequencyFromRaw(readString(keys::autoCleanupFrequency, QStringLiteral("weekly")))),
          &SettingsStore::autoCleanupFrequencyChanged);
-    take(m_animationsEnabled, readBool(kAnimationsEnabled, true), &SettingsStore::animationsEnabledChanged);
-    take(m_showMenubarIcon, readBool(kShowMenubarIcon, true), &SettingsStore::showMenubarIconChanged);
+    take(m_animationsEnabled, readBool(keys::animationsEnabled, true), &SettingsStore::animationsEnabledChanged);
+    take(m_showMenubarIcon, readBool(keys::showMenubarIcon, true), &SettingsStore::showMenubarIconChanged);
 }
 
 namespace {
 
-constexpr const char *kKeyPrefix = "TessolySettings.";
 
 // The writable properties, one per key.
 std::vector<QMetaProperty> settingProperties()
@@ -109,9 +96,9 @@ std::vector<QMetaProperty> settingProperties()
 
 std::optional<QMetaProperty> propertyForKey(const QString &name)
 {
-    if (!name.startsWith(QLatin1String(kKeyPrefix)))
+    if (!name.startsWith(QLatin1String(keys::settingsPrefix)))
         return std::nullopt;
-    const QString property = name.mid(static_cast<qsizetype>(std::strlen(kKeyPrefix)));
+    const QString property = name.mid(static_cast<qsizetype>(std::strlen(keys::settingsPrefix)));
     for (const QMetaProperty &candidate : settingProperties()) {
         if (property == QLatin1String(candidate.name()))
             return candidate;
@@ -125,7 +112,7 @@ QStringList SettingsStore::keys()
 {
     QStringList list;
     for (const QMetaProperty &property : settingProperties())
-        list << QLatin1String(kKeyPrefix) + QLatin1String(property.name());
+        list << QLatin1String(keys::settingsPrefix) + QLatin1String(property.name());
     return list;
 }
 
@@ -166,25 +153,25 @@ void SettingsStore::update(T &field, const T &value, const char *name, void (Set
     emit(this->*changed)();
 }
 
-void SettingsStore::setNotificationsEnabled(bool value) { update(m_notificationsEnabled, value, kNotificationsEnabled, &SettingsStore::notificationsEnabledChanged); }
-void SettingsStore::setLowDiskThresholdPercent(int value) { update(m_lowDiskThresholdPercent, value, kLowDiskThresholdPercent, &SettingsStore::lowDiskThresholdPercentChanged); }
-void SettingsStore::setNotifyOnScanComplete(bool value) { update(m_notifyOnScanComplete, value, kNotifyOnScanComplete, &SettingsStore::notifyOnScanCompleteChanged); }
-void SettingsStore::setDefaultExternalDriveName(const QString &value) { update(m_defaultExternalDriveName, value, kDefaultExternalDriveName, &SettingsStore::defaultExternalDriveNameChanged); }
-void SettingsStore::setExternalDriveMinFreeGB(int value) { update(m_externalDriveMinFreeGB, value, kExternalDriveMinFreeGB, &SettingsStore::externalDriveMinFreeGBChanged); }
-void SettingsStore::setWarnOnSlowExternalDrive(bool value) { update(m_warnOnSlowExternalDrive, value, kWarnOnSlowExternalDrive, &SettingsStore::warnOnSlowExternalDriveChanged); }
+void SettingsStore::setNotificationsEnabled(bool value) { update(m_notificationsEnabled, value, keys::notificationsEnabled, &SettingsStore::notificationsEnabledChanged); }
+void SettingsStore::setLowDiskThresholdPercent(int value) { update(m_lowDiskThresholdPercent, value, keys::lowDiskThresholdPercent, &SettingsStore::lowDiskThresholdPercentChanged); }
+void SettingsStore::setNotifyOnScanComplete(bool value) { update(m_notifyOnScanComplete, value, keys::notifyOnScanComplete, &SettingsStore::notifyOnScanCompleteChanged); }
+void SettingsStore::setDefaultExternalDriveName(const QString &value) { update(m_defaultExternalDriveName, value, keys::defaultExternalDriveName, &SettingsStore::defaultExternalDriveNameChanged); }
+void SettingsStore::setExternalDriveMinFreeGB(int value) { update(m_externalDriveMinFreeGB, value, keys::externalDriveMinFreeGB, &SettingsStore::externalDriveMinFreeGBChanged); }
+void SettingsStore::setWarnOnSlowExternalDrive(bool value) { update(m_warnOnSlowExternalDrive, value, keys::warnOnSlowExternalDrive, &SettingsStore::warnOnSlowExternalDriveChanged); }
 bool SettingsStore::deleteImmediately(const platform::DefaultsStore &defaults)
 {
-    return defaults.boolValue(QString::fromLatin1(kDeleteImmediatelyKey)).value_or(false);
+    return defaults.boolValue(QString::fromLatin1(keys::deleteImmediately)).value_or(false);
 }
 
-void SettingsStore::setDeleteImmediately(bool value) { update(m_deleteImmediately, value, kDeleteImmediatelyKey, &SettingsStore::deleteImmediatelyChanged); }
-void SettingsStore::setInterfaceMode(const QString &value) { update(m_interfaceMode, value, kInterfaceMode, &SettingsStore::interfaceModeChanged); }
-void SettingsStore::setAutopilotEnabled(bool value) { update(m_autopilotEnabled, value, kAutopilotEnabled, &SettingsStore::autopilotEnabledChanged); }
-void SettingsStore::setAutopilotMinFreeGB(int value) { update(m_autopilotMinFreeGB, value, kAutopilotMinFreeGB, &SettingsStore::autopilotMinFreeGBChanged); }
-void SettingsStore::setAutoCleanupEnabled(bool value) { update(m_autoCleanupEnabled, value, kAutoCleanupEnabled, &SettingsStore::autoCleanupEnabledChanged); }
-void SettingsStore::setAutoCleanupProfile(const QString &value) { update(m_autoCleanupProfile, value, kAutoCleanupProfile, &SettingsStore::autoCleanupProfileChanged); }
-void SettingsStore::setAutoCleanupFrequency(const QString &value) { update(m_autoCleanupFrequency, rawValue(autoFrequencyFromRaw(value)), kAutoCleanupFrequency, &SettingsStore::autoCleanupFrequencyChanged); }
-void SettingsStore::setAnimationsEnabled(bool value) { update(m_animationsEnabled, value, kAnimationsEnabled, &SettingsStore::animationsEnabledChanged); }
-void SettingsStore::setShowMenubarIcon(bool value) { update(m_showMenubarIcon, value, kShowMenubarIcon, &SettingsStore::showMenubarIconChanged); }
+void SettingsStore::setDeleteImmediately(bool value) { update(m_deleteImmediately, value, keys::deleteImmediately, &SettingsStore::deleteImmediatelyChanged); }
+void SettingsStore::setInterfaceMode(const QString &value) { update(m_interfaceMode, value, keys::interfaceMode, &SettingsStore::interfaceModeChanged); }
+void SettingsStore::setAutopilotEnabled(bool value) { update(m_autopilotEnabled, value, keys::autopilotEnabled, &SettingsStore::autopilotEnabledChanged); }
+void SettingsStore::setAutopilotMinFreeGB(int value) { update(m_autopilotMinFreeGB, value, keys::autopilotMinFreeGB, &SettingsStore::autopilotMinFreeGBChanged); }
+void SettingsStore::setAutoCleanupEnabled(bool value) { update(m_autoCleanupEnabled, value, keys::autoCleanupEnabled, &SettingsStore::autoCleanupEnabledChanged); }
+void SettingsStore::setAutoCleanupProfile(const QString &value) { update(m_autoCleanupProfile, value, keys::autoCleanupProfile, &SettingsStore::autoCleanupProfileChanged); }
+void SettingsStore::setAutoCleanupFrequency(const QString &value) { update(m_autoCleanupFrequency, rawValue(autoFrequencyFromRaw(value)), keys::autoCleanupFrequency, &SettingsStore::autoCleanupFrequencyChanged); }
+void SettingsStore::setAnimationsEnabled(bool value) { update(m_animationsEnabled, value, keys::animationsEnabled, &SettingsStore::animationsEnabledChanged); }
+void SettingsStore::setShowMenubarIcon(bool value) { update(m_showMenubarIcon, value, keys::showMenubarIcon, &SettingsStore::showMenubarIconChanged); }
 
 } // namespace tessoly

@@ -33,8 +33,6 @@ class SettingsStore : public QObject {
     Q_PROPERTY(bool isSimpleMode READ isSimpleMode NOTIFY interfaceModeChanged)
 
 public:
-    static constexpr const char *kDeleteImmediatelyKey = "TessolySettings.deleteImmediately";
-
     explicit SettingsStore(platform::DefaultsStore &defaults, QObject *parent = nullptr);
 
     // Takes up what the defaults hold now (another process may have changed

@@ -1,5 +1,7 @@
 #include "moves/ExternalDestinationStore.h"
 
+#include "core/DefaultsKeys.h"
+
 #include "platform/PathText.h"
 #include "platform/AtomicFile.h"
 #include "platform/DefaultsStore.h"
@@ -183,12 +185,12 @@ ExternalDestinationStore::ExternalDestinationStore(platform::DefaultsStore &defa
     , m_prompter(&prompter)
     , m_revealer(revealer)
 {
-    m_bookmarks = grantsFrom(m_defaults.object(QString::fromLatin1(storageKey)));
+    m_bookmarks = grantsFrom(m_defaults.object(QString::fromLatin1(keys::driveGrants)));
 }
 
 void ExternalDestinationStore::reload()
 {
-    QMap<QString, QByteArray> bookmarks = grantsFrom(m_defaults.object(QString::fromLatin1(storageKey)));
+    QMap<QString, QByteArray> bookmarks = grantsFrom(m_defaults.object(QString::fromLatin1(keys::driveGrants)));
     if (bookmarks == m_bookmarks)
         return;
     m_bookmarks = std::move(bookmarks);
@@ -200,7 +202,7 @@ void ExternalDestinationStore::persist(const QString &driveKey, const std::optio
     // Only this drive's grant changes: another process may have stored
     // grants of other drives since this store read them.
     QMap<QString, QByteArray> latest = m_bookmarks;
-    m_defaults.update(QString::fromLatin1(storageKey), [&](const std::optional<QVariant> &stored) {
+    m_defaults.update(QString::fromLatin1(keys::driveGrants), [&](const std::optional<QVariant> &stored) {
         latest = grantsFrom(stored);
         if (grant)
             latest.insert(driveKey, *grant);

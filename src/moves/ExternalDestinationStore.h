@@ -52,7 +52,6 @@ class ExternalDestinationStore : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr const char *storageKey = "TessolyExternalBookmarks.v1";
 
     ExternalDestinationStore(platform::DefaultsStore &defaults, platform::Prompter &prompter,
                              platform::Revealer &revealer, QObject *parent = nullptr);

@@ -1,7 +1,7 @@
 #include "moves/FolderMover.h"
 
-#include "cleaning/CleanupHistoryStore.h"
-#include "cleaning/HistoryJournal.h"
+#include "history/CleanupHistoryStore.h"
+#include "history/HistoryJournal.h"
 #include "platform/PathText.h"
 #include "platform/PlaceGuard.h"
 #include "moves/CopyVerifier.h"

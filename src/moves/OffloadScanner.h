@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/ByteFormat.h"
+
 #include <QCoroTask>
 #include <QDateTime>
 #include <QObject>
@@ -33,7 +35,7 @@ class OffloadScanner : public QObject {
     Q_PROPERTY(bool hasScanned READ hasScanned NOTIFY hasScannedChanged)
 
 public:
-    static constexpr qint64 minimumBytes = 1'073'741'824;
+    static constexpr qint64 minimumBytes = bytesPerGiB;
     static constexpr qint64 staleSeconds = 15'552'000;
 
     explicit OffloadScanner(std::filesystem::path home, QObject *parent = nullptr);

@@ -1,6 +1,6 @@
 #include "moves/SymlinkInventory.h"
 
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "platform/PathText.h"
 #include "moves/ExternalDestinationStore.h"
 #include "moves/MoveFileOperations.h"

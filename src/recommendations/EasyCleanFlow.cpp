@@ -68,7 +68,7 @@ QCoro::Task<void> EasyCleanFlow::run()
     }
 
     setRunning(QStringLiteral("Releasing hidden space macOS was holding…"));
-    co_await m_maintenance.reclaim(purgeBytes);
+    co_await m_maintenance.reclaim();
     if (!self)
         co_return;
     m_scanner.refreshVolumeInfo();

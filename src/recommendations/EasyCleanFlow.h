@@ -23,7 +23,6 @@ class EasyCleanFlow : public QObject {
 
 public:
     enum class Phase { Idle, Running, Done };
-    static constexpr qint64 purgeBytes = 53'687'091'200; // 50 GiB
 
     EasyCleanFlow(DiskScanner &scanner, SmartScanService &smartScan, MaintenanceService &maintenance,
                   QObject *parent = nullptr);

@@ -384,7 +384,7 @@ QCoro::Task<ApplyResult> SmartScanService::applyClean(CleanupTarget target)
 QCoro::Task<ApplyResult> SmartScanService::applySnapshots()
 {
     const qint64 before = m_shared.scanner.totalFree();
-    co_await m_maintenance->reclaim(snapshotPurgeBytes);
+    co_await m_maintenance->reclaim();
     m_shared.scanner.refreshVolumeInfo();
     const qint64 gain = std::max<qint64>(0, m_shared.scanner.totalFree() - before);
     if (gain >= 1)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/ByteFormat.h"
 #include "recommendations/Recommendation.h"
 
 #include <QCoroTask>
@@ -70,8 +71,7 @@ public:
         CleanupHistoryStore &history;
     };
 
-    static constexpr qint64 cleanCardMinimumBytes = 1'073'741'824; // strictly more than 1 GiB
-    static constexpr qint64 snapshotPurgeBytes = 53'687'091'200;   // 50 GiB
+    static constexpr qint64 cleanCardMinimumBytes = bytesPerGiB; // strictly more than this
 
     SmartScanService(platform::Platform &platform, Shared shared, QObject *parent = nullptr);
     ~SmartScanService() override;

@@ -135,7 +135,7 @@ void MenubarController::rebuildMenu()
             break;
         case StatusMenuRow::Action::ReclaimPurgeable:
             connect(action, &QAction::triggered, this, [this] {
-                m_app.maintenance()->reclaim(StatusMenu::reclaimRequestBytes).then([this] { updateButton(); });
+                m_app.maintenance()->reclaim().then([this] { updateButton(); });
             });
             break;
         case StatusMenuRow::Action::Quit: connect(action, &QAction::triggered, qApp, &QCoreApplication::quit); break;

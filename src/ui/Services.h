@@ -5,7 +5,7 @@
 #include "automation/StorageAutopilot.h"
 #include "analysis/DiskScanner.h"
 #include "analysis/UniversalSearchService.h"
-#include "cleaning/CleanupHistoryModel.h"
+#include "history/CleanupHistoryModel.h"
 #include "cleaning/CleanupService.h"
 #include "cleaning/DevDeepClean.h"
 #include "cleaning/DuplicateFinder.h"

@@ -1,5 +1,6 @@
 // The forecast's history in the shared defaults file: thinning, the cap,
 // the fit, and what a damaged stored value does.
+#include "core/DefaultsKeys.h"
 #include "TestSupport.h"
 #include "analysis/DiskForecast.h"
 #include "platform/linux/JsonDefaultsStore.h"
@@ -32,7 +33,7 @@ struct Forecast : ::testing::Test {
     }
     [[nodiscard]] QJsonArray stored() const
     {
-        return QJsonDocument::fromJson(defaults.object(DiskForecast::key)->toByteArray()).array();
+        return QJsonDocument::fromJson(defaults.object(keys::forecastSamples)->toByteArray()).array();
     }
 };
 
@@ -101,16 +102,16 @@ TEST_F(Forecast, ADamagedStoredValueReadsAsNoHistoryUntilTheNextSampleReplacesIt
 {
     for (const QByteArray &bad : {QByteArray("not json"), QByteArray("[{\"timestamp\":1}]"),
                                   QByteArray("[{\"timestamp\":1,\"usedBytes\":2.5,\"totalBytes\":3}]"), QByteArray("{}")}) {
-        defaults.set(DiskForecast::key, bad);
+        defaults.set(keys::forecastSamples, bad);
         DiskForecast fresh(defaults);
         fresh.load();
         EXPECT_EQ(fresh.sampleCount(), 0) << bad.toStdString();
-        EXPECT_EQ(defaults.object(DiskForecast::key)->toByteArray(), bad); // left as it was
+        EXPECT_EQ(defaults.object(keys::forecastSamples)->toByteArray(), bad); // left as it was
     }
     forecast.load();
     daily({5 * MiB});
     EXPECT_EQ(stored().size(), 1);
-    defaults.set(DiskForecast::key, QStringLiteral("a string, not data"));
+    defaults.set(keys::forecastSamples, QStringLiteral("a string, not data"));
     DiskForecast wrongType(defaults);
     wrongType.load();
     EXPECT_EQ(wrongType.sampleCount(), 0);

@@ -7,7 +7,7 @@
 #include "automation/NotificationManager.h"
 #include "automation/StatusMenu.h"
 #include "automation/StorageAutopilot.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "core/SettingsStore.h"
 #include "platform/Platform.h"
 #include "platform/linux/FreedesktopNotifier.h"

@@ -1,7 +1,7 @@
 #include "TestSupport.h"
-#include "cleaning/CleanupHistoryModel.h"
-#include "cleaning/CleanupHistoryStore.h"
-#include "cleaning/HistoryJson.h"
+#include "history/CleanupHistoryModel.h"
+#include "history/CleanupHistoryStore.h"
+#include "history/HistoryJson.h"
 #include "platform/linux/FreedesktopTrash.h"
 
 #include <QSignalSpy>

@@ -1,6 +1,6 @@
 #include "TestSupport.h"
 #include "cleaning/CleanupCatalogue.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cleaning/CleanupService.h"
 #include "cleaning/SystemDataXRay.h"
 #include "platform/FileWalker.h"

@@ -2,7 +2,7 @@
 // xcrun programs print recorded outputs (or hang), and node_modules
 // folders of real projects go to the real Trash.
 #include "TestSupport.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cleaning/DevDeepClean.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonDefaultsStore.h"

@@ -2,7 +2,7 @@
 // never looked at, the progress words, the hash cache across scans, and
 // keeping one copy with the others going to the real Trash and back.
 #include "TestSupport.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cleaning/ContentHashes.h"
 #include "cleaning/DuplicateFinder.h"
 #include "platform/linux/FreedesktopTrash.h"

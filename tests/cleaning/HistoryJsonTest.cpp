@@ -1,5 +1,5 @@
 #include "TestSupport.h"
-#include "cleaning/HistoryJson.h"
+#include "history/HistoryJson.h"
 
 #include <gtest/gtest.h>
 

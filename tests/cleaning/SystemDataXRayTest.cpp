@@ -2,7 +2,7 @@
 // on Linux, the overlaps taken out, links measuring nothing, and the clean
 // action through the real Trash.
 #include "TestSupport.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cleaning/SystemDataXRay.h"
 #include "platform/Platform.h"
 #include "platform/linux/FreedesktopTrash.h"

@@ -3,8 +3,8 @@
 // said in words and in the exit status; a log that isn't Tessoly's keeps its
 // bytes beside it.
 #include "TestSupport.h"
-#include "cleaning/CleanupHistoryEntry.h"
-#include "cleaning/HistoryJson.h"
+#include "history/CleanupHistoryEntry.h"
+#include "history/HistoryJson.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,5 +1,5 @@
 #include "TestSupport.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "cli/TerminalText.h"
 #include "platform/linux/FreedesktopTrash.h"
 

@@ -3,7 +3,7 @@
 // extended attributes, and a drive of another block size still fails the
 // bring-back's check with nothing touched.
 #include "MovesSupport.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "moves/FolderMover.h"
 #include "moves/SymlinkInventory.h"
 #include "platform/FileCopy.h"

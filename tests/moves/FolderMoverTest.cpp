@@ -4,7 +4,7 @@
 // gone, no staging name left and no history written.
 #include "moves/FolderMover.h"
 #include "MovesSupport.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "moves/CopyVerifier.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/LinuxPlatform.h"

@@ -1,3 +1,4 @@
+#include "core/DefaultsKeys.h"
 #include "MovesSupport.h"
 
 #include <QCryptographicHash>
@@ -296,7 +297,7 @@ GrantedDestinations::GrantedDestinations(const fs::path &defaultsFile, const fs:
 {
     fs::create_directories(grantedFolder);
     if (const std::optional<QByteArray> grant = makeGrant(grantedFolder)) {
-        granted = defaults.set(QString::fromLatin1(ExternalDestinationStore::storageKey),
+        granted = defaults.set(keys::driveGrants,
                                QVariantMap{{QStringLiteral("granted"), *grant}});
     }
     store.reload();

@@ -2,7 +2,7 @@
 // tree that has everything a copy can get wrong, and the drive unplugged
 // in between.
 #include "MovesSupport.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "moves/ExternalDestinationStore.h"
 #include "moves/FolderMover.h"
 #include "moves/SymlinkInventory.h"

@@ -2,7 +2,7 @@
 // the bring-back with each of its ways to fail.
 #include "moves/SymlinkInventory.h"
 #include "MovesSupport.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/LinuxPlatform.h"
 

@@ -1,9 +1,10 @@
 // Loads the real screens with services built on a temporary home. Any QML
 // warning fails the run.
+#include "core/DefaultsKeys.h"
 #include "TestSupport.h"
 #include "analysis/DiskForecast.h"
 #include "analysis/DiskScanner.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "application/TessolyApp.h"
 #include "platform/FileWalker.h"
 #include "platform/Locations.h"
@@ -252,7 +253,7 @@ public:
             for (int day = 3; day >= 1; --day)
                 samples.push_back({now.addDays(-day), 440'000'000'000 - day * 5'000'000'000LL, 500'000'000'000});
         }
-        m_app->platform().defaults->set(QString::fromLatin1(DiskForecast::key), DiskForecast::encode(samples));
+        m_app->platform().defaults->set(keys::forecastSamples, DiskForecast::encode(samples));
         m_app->forecast()->load();
     }
 

@@ -2,7 +2,7 @@
 
 #include "TestSupport.h"
 #include "application/TessolyApp.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "platform/Platform.h"
 #include "platform/VolumeInfo.h"
 #include "platform/linux/FreedesktopTrash.h"

@@ -1,9 +1,10 @@
 // Smart Scan on real folders of a temporary home: which cards a scan makes,
 // how they rank and read, and what applying them does to the disk, the
 // log, the totals and the other cards.
+#include "core/DefaultsKeys.h"
 #include "ScanSupport.h"
 #include "analysis/DiskForecast.h"
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "core/ByteFormat.h"
 #include "platform/FileWalker.h"
 #include "platform/linux/JsonDefaultsStore.h"
@@ -166,7 +167,7 @@ TEST(SmartScanDetection, SnapshotsAndTheForecastJoinTheListAndASecondScanWaitsFo
     const QDateTime start = QDateTime::currentDateTimeUtc().addDays(-4);
     for (int day = 0; day < 4; ++day)
         samples.push_back({start.addDays(day), 405'000'000'000 + day * 20'000'000'000LL, 500'000'000'000});
-    home.app->platform().defaults->set(DiskForecast::key, DiskForecast::encode(samples));
+    home.app->platform().defaults->set(keys::forecastSamples, DiskForecast::encode(samples));
     home.app->forecast()->load();
     home.volumes->free = 500'000'000'000 - 465'000'000'000;
 
@@ -199,7 +200,7 @@ TEST(SmartScanDetection, SnapshotsAndTheForecastJoinTheListAndASecondScanWaitsFo
     // Samples a minute apart on a busy disk tell no trend, however steep.
     const QDateTime now = QDateTime::currentDateTimeUtc();
     home.app->platform().defaults->set(
-        DiskForecast::key, DiskForecast::encode({{now.addSecs(-120), 100'000'000'000, 500'000'000'000},
+        keys::forecastSamples, DiskForecast::encode({{now.addSecs(-120), 100'000'000'000, 500'000'000'000},
                                                  {now.addSecs(-60), 460'000'000'000, 500'000'000'000}}));
     home.app->forecast()->load();
     runTask(home.smart().scan());

@@ -1,4 +1,4 @@
-#include "cleaning/CleanupHistoryEntry.h"
+#include "history/CleanupHistoryEntry.h"
 
 #include <array>
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cleaning/CleanupHistoryEntry.h"
+#include "history/CleanupHistoryEntry.h"
 
 #include <QObject>
 #include <QStringList>
@@ -34,10 +34,6 @@ public:
         QStringList problems;
         QString writeError;
     };
-
-    // The instance every writer and screen uses, made on first use in the
-    // application support folder with the system Trash.
-    [[nodiscard]] static CleanupHistoryStore &shared();
 
     // A store on a given file; loads it at once (missing or undecodable: empty).
     CleanupHistoryStore(std::filesystem::path file, platform::Trash &trash, QObject *parent = nullptr);

@@ -1,6 +1,6 @@
-#include "cleaning/CleanupHistoryModel.h"
+#include "history/CleanupHistoryModel.h"
 
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 #include "platform/PathText.h"
 #include "core/RelativeTime.h"
 

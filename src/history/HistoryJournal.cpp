@@ -1,6 +1,6 @@
-#include "cleaning/HistoryJournal.h"
+#include "history/HistoryJournal.h"
 
-#include "cleaning/HistoryJson.h"
+#include "history/HistoryJson.h"
 #include "platform/FileWalker.h"
 #include "platform/Trash.h"
 

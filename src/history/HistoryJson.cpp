@@ -1,4 +1,4 @@
-#include "cleaning/HistoryJson.h"
+#include "history/HistoryJson.h"
 
 #include "platform/PathText.h"
 

@@ -1,13 +1,11 @@
-#include "cleaning/CleanupHistoryStore.h"
+#include "history/CleanupHistoryStore.h"
 
-#include "cleaning/HistoryJournal.h"
-#include "cleaning/HistoryJson.h"
+#include "history/HistoryJournal.h"
+#include "history/HistoryJson.h"
 #include "platform/AtomicFile.h"
 #include "platform/FolderWatcher.h"
 #include "platform/PathText.h"
 #include "platform/SharedFile.h"
-#include "platform/linux/FreedesktopTrash.h"
-#include "platform/linux/LinuxLocations.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -81,13 +79,6 @@ QString restoreProblem(const CleanupHistoryEntry::Item &item, const QString &why
 }
 
 } // namespace
-
-CleanupHistoryStore &CleanupHistoryStore::shared()
-{
-    static platform::FreedesktopTrash trash(platform::LinuxLocations::dataHome() / "Trash", ::getuid());
-    static CleanupHistoryStore store(platform::LinuxLocations().applicationSupport() / "history.json", trash);
-    return store;
-}
 
 CleanupHistoryStore::CleanupHistoryStore(fs::path file, platform::Trash &trash, QObject *parent)
     : QObject(parent)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cleaning/CleanupHistoryEntry.h"
+#include "history/CleanupHistoryEntry.h"
 
 #include <QByteArray>
 
