@@ -1,5 +1,7 @@
 #include "WindowHost.h"
 
+#include "ui/Services.h"
+
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
@@ -27,6 +29,7 @@ bool WindowHost::show()
         return true;
     }
     m_engine = std::make_unique<QQmlApplicationEngine>();
+    prepareEngine(*m_engine);
     m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/Tessoly/Main.qml")));
     const QList<QObject *> roots = m_engine->rootObjects();
     m_window = roots.isEmpty() ? nullptr : qobject_cast<QQuickWindow *>(roots.constFirst());

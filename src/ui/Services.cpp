@@ -117,6 +117,11 @@ QVariantList Catalogue::targets(const QString &profileId)
     return list;
 }
 
+void prepareEngine(QQmlEngine &engine)
+{
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+}
+
 void registerBundledFonts()
 {
     QDirIterator fonts(QStringLiteral(":/fonts"));

@@ -148,6 +148,10 @@ public:
 
 // Fonts bundled with the app (Inter for text, Material Icons for symbols).
 void registerBundledFonts();
+// What an engine needs before it loads a screen: the screens, in folders of
+// the module, find each other through "import Tessoly", which Qt 6.4 looks up
+// only on an import path.
+void prepareEngine(QQmlEngine &engine);
 
 // Foreign registrations so that QML knows the services' types.
 struct DiskScannerForeign {

@@ -406,7 +406,7 @@ public slots:
     void qmlEngineAvailable(QQmlEngine *engine)
     {
         registerBundledFonts();
-        engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        prepareEngine(*engine);
         // Each file gets a home and an app of its own. The last file's go
         // first: a home gives HOME back as it found it when it goes.
         m_hooks.reset();

@@ -40,30 +40,23 @@ Rectangle {
         ColumnLayout {
             Layout.fillWidth: true
             spacing: 2
-            Text {
+            Body {
                 Layout.fillWidth: true
                 text: row.drive.name
                 elide: Text.ElideRight
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 font.weight: Font.DemiBold
                 color: Theme.text
             }
-            Text {
+            Caption {
                 objectName: "driveSpace"
                 text: Format.bytes(row.drive.freeBytes) + " free of " + Format.bytes(row.drive.totalBytes)
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
-            Text {
+            Caption {
                 objectName: "driveNote"
                 Layout.fillWidth: true
                 visible: row.note !== ""
                 text: row.note
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
                 color: row.drive.isSupported ? Theme.orange : Theme.red
             }
         }

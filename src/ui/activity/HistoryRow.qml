@@ -53,38 +53,26 @@ Rectangle {
             ColumnLayout {
                 Layout.fillWidth: true
                 spacing: 2
-                Text {
+                RowTitle {
                     Layout.fillWidth: true
                     text: row.summary
                     elide: Text.ElideRight
-                    font.family: Theme.fontFamily
-                    font.pixelSize: 14
-                    font.weight: Font.DemiBold
-                    color: Theme.text
                 }
-                Text {
+                Caption {
                     Layout.fillWidth: true
                     text: row.kindLabel + " · " + row.age
                     elide: Text.ElideRight
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.smallSize
-                    color: Theme.tertiaryText
                 }
             }
-            Text {
+            Caption {
                 Layout.preferredWidth: 70
                 horizontalAlignment: Text.AlignRight
                 text: row.itemCountText
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
-            Text {
+            Body {
                 Layout.preferredWidth: 84
                 horizontalAlignment: Text.AlignRight
                 text: Format.bytes(row.bytesReclaimed)
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 font.weight: Font.DemiBold
                 color: Theme.text
             }
@@ -125,28 +113,20 @@ Rectangle {
                     Layout.fillWidth: true
                     spacing: 8
                     Icon { name: "doc"; size: 16; color: Theme.mutedText }
-                    Text {
+                    Caption {
                         Layout.fillWidth: true
                         text: modelData.path
                         elide: Text.ElideMiddle
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
                         color: Theme.secondaryText
                     }
-                    Text {
+                    Caption {
                         text: Format.bytes(modelData.bytes)
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
-                        color: Theme.tertiaryText
                     }
                 }
             }
-            Text {
+            Caption {
                 visible: row.moreItems > 0
                 text: "…and " + row.moreItems + " more"
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
             RowLayout {
                 Layout.topMargin: 4
@@ -169,15 +149,13 @@ Rectangle {
             }
         }
 
-        Text {
+        Caption {
             objectName: "restoreFeedback"
             Layout.fillWidth: true
             Layout.leftMargin: 50
             visible: row.feedback !== ""
             text: row.feedback
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
             font.weight: Font.Medium
             color: Theme.indigo
             opacity: visible ? 1 : 0

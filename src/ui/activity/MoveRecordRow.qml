@@ -43,20 +43,15 @@ Rectangle {
             ColumnLayout {
                 Layout.fillWidth: true
                 spacing: 1
-                Text {
+                Body {
                     Layout.fillWidth: true
                     text: row.record.name
                     elide: Text.ElideMiddle
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
                     font.weight: Font.DemiBold
                     color: Theme.text
                 }
-                Text {
+                Caption {
                     text: Format.bytes(row.record.bytes) + " · " + Format.relativeTime(row.record.movedAt)
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.smallSize
-                    color: Theme.tertiaryText
                 }
             }
             Rectangle { // status pill
@@ -65,13 +60,11 @@ Rectangle {
                 implicitHeight: 22
                 radius: 11
                 color: Qt.rgba(row.tints[row.record.status].r, row.tints[row.record.status].g, row.tints[row.record.status].b, 0.14)
-                Text {
+                Caption {
                     id: statusText
                     objectName: "statusLabel"
                     anchors.centerIn: parent
                     text: row.record.statusLabel
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.smallSize
                     font.weight: Font.DemiBold
                     color: row.tints[row.record.status]
                 }
@@ -84,22 +77,18 @@ Rectangle {
             columns: 2
             columnSpacing: 10
             rowSpacing: 2
-            Text { text: "Original"; font.family: Theme.fontFamily; font.pixelSize: Theme.smallSize; color: Theme.mutedText }
-            Text {
+            Caption { text: "Original"; color: Theme.mutedText }
+            Caption {
                 Layout.fillWidth: true
                 text: row.record.originalDisplay
                 elide: Text.ElideMiddle
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
                 color: Theme.secondaryText
             }
-            Text { text: "Now on"; font.family: Theme.fontFamily; font.pixelSize: Theme.smallSize; color: Theme.mutedText }
-            Text {
+            Caption { text: "Now on"; color: Theme.mutedText }
+            Caption {
                 Layout.fillWidth: true
                 text: row.record.externalDisplay
                 elide: Text.ElideMiddle
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
                 color: Theme.secondaryText
             }
         }
@@ -139,15 +128,13 @@ Rectangle {
             Item { Layout.fillWidth: true }
         }
 
-        Text {
+        Caption {
             objectName: "feedback"
             Layout.fillWidth: true
             Layout.leftMargin: 36
             visible: row.feedback !== ""
             text: row.feedback
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
             color: row.feedbackSuccess ? Theme.green : Theme.red
         }
     }

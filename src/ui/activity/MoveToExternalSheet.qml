@@ -34,31 +34,21 @@ Dialog {
         ColumnLayout {
             Layout.fillWidth: true
             spacing: 3
-            Text {
+            Title {
                 text: "Move to external drive"
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.headingSize + 2
-                font.weight: Font.Bold
-                color: Theme.text
             }
-            Text {
+            Body {
                 objectName: "sheetItemName"
                 Layout.fillWidth: true
                 text: sheet.controller.itemName
                 elide: Text.ElideMiddle
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 font.weight: Font.DemiBold
-                color: Theme.secondaryText
             }
-            Text {
+            Caption {
                 objectName: "sheetItemDetail"
                 Layout.fillWidth: true
                 text: Format.bytes(sheet.controller.itemBytes) + " · " + sheet.controller.itemDisplayPath
                 elide: Text.ElideMiddle
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
         }
 
@@ -76,22 +66,15 @@ Dialog {
                 visible: sheet.drives.drives.length === 0
                 spacing: 6
                 Icon { Layout.alignment: Qt.AlignHCenter; name: "externaldrive"; size: 34; color: Theme.mutedText }
-                Text {
+                RowTitle {
                     Layout.alignment: Qt.AlignHCenter
                     text: "No external drives detected"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize + 1
-                    font.weight: Font.DemiBold
-                    color: Theme.text
                 }
-                Text {
+                Caption {
                     Layout.fillWidth: true
                     horizontalAlignment: Text.AlignHCenter
                     wrapMode: Text.WordWrap
                     text: "Connect an APFS-formatted external drive and try again. ExFAT drives aren't supported because symlinks misbehave on them."
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.smallSize
-                    color: Theme.tertiaryText
                 }
             }
 
@@ -131,33 +114,23 @@ Dialog {
             RowLayout {
                 spacing: 8
                 Icon { name: "checkmark.circle.fill"; size: 26; color: Theme.green }
-                Text {
+                Heading {
                     text: "Moved successfully"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.headingSize
-                    font.weight: Font.Bold
-                    color: Theme.text
                 }
             }
-            Text {
+            Body {
                 objectName: "moveSuccessText"
                 Layout.fillWidth: true
                 wrapMode: Text.WordWrap
                 text: sheet.controller.disposedToTrash
                       ? "Apps will keep finding the data at the original path. The original is in the Trash — empty the Trash to free the space on this disk."
                       : "Apps will keep finding the data at the original path. The original was deleted — the space is free now, and your copy lives on the external drive."
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 lineHeight: 1.25
-                color: Theme.secondaryText
             }
-            Text {
+            Caption {
                 Layout.fillWidth: true
                 text: sheet.controller.symlinkPath + "  →  " + sheet.controller.movedTo
                 wrapMode: Text.WrapAnywhere
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
         }
 
@@ -173,13 +146,11 @@ Dialog {
                 color: Theme.orange
                 Layout.alignment: Qt.AlignTop
             }
-            Text {
+            Body {
                 objectName: "moveStatus"
                 Layout.fillWidth: true
                 text: sheet.controller.progressText
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 color: sheet.controller.failed ? Theme.text : Theme.secondaryText
             }
         }

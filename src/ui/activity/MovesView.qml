@@ -110,20 +110,13 @@ Item {
                         ColumnLayout {
                             Layout.fillWidth: true
                             spacing: 3
-                            Text {
+                            Heading {
                                 text: "Worth offloading"
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.headingSize
-                                font.weight: Font.Bold
-                                color: Theme.text
                             }
-                            Text {
+                            Caption {
                                 Layout.fillWidth: true
                                 text: "Big folders nothing has touched in 6+ months — move them to an external drive; a symlink keeps every path working."
                                 wrapMode: Text.WordWrap
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.smallSize
-                                color: Theme.tertiaryText
                             }
                         }
                         AppButton {
@@ -148,11 +141,8 @@ Item {
                         visible: view.offload.hasScanned && !view.offload.isScanning && view.offload.candidates.length === 0
                         spacing: 8
                         Icon { name: "checkmark.seal.fill"; size: 20; color: Theme.green }
-                        Text {
+                        Body {
                             text: "Nothing stale and large found — your big folders are all in active use."
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.bodySize
-                            color: Theme.secondaryText
                         }
                     }
                     Repeater {

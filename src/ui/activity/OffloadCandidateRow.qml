@@ -22,30 +22,22 @@ Rectangle {
         ColumnLayout {
             Layout.fillWidth: true
             spacing: 1
-            Text {
+            Body {
                 Layout.fillWidth: true
                 text: row.candidate.displayName
                 elide: Text.ElideMiddle
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 font.weight: Font.DemiBold
                 color: Theme.text
             }
-            Text {
+            Caption {
                 Layout.fillWidth: true
                 text: row.candidate.category + " · last used " + Format.relativeTime(row.candidate.lastUsed)
                 elide: Text.ElideRight
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
         }
-        Text {
+        Body {
             text: Format.bytes(row.candidate.bytes)
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.bodySize
             font.weight: Font.DemiBold
-            color: Theme.secondaryText
         }
         AppButton {
             objectName: "moveCandidate"

@@ -27,20 +27,15 @@ Card {
         spacing: 8
         RowLayout {
             Layout.fillWidth: true
-            Text {
+            Caption {
                 text: "Disk"
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
                 font.weight: Font.DemiBold
                 color: Theme.text
             }
             Item { Layout.fillWidth: true }
-            Text {
+            Caption {
                 objectName: "miniFree"
                 text: Format.bytes(mini.scanner.totalFree) + " free"
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
         }
         GradientBar {
@@ -48,12 +43,9 @@ Card {
             barHeight: 6
             fraction: mini.animatedFrac
         }
-        Text {
+        Caption {
             objectName: "miniUsed"
             text: Format.bytes(mini.scanner.totalUsed) + " of " + Format.bytes(mini.scanner.totalCapacity)
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
-            color: Theme.tertiaryText
         }
     }
 }

@@ -24,14 +24,12 @@ ColumnLayout {
         font.weight: Font.DemiBold
         color: Theme.text
     }
-    Text {
+    Body {
         Layout.alignment: Qt.AlignHCenter
         Layout.maximumWidth: 420
         text: message
         wrapMode: Text.WordWrap
         horizontalAlignment: Text.AlignHCenter
-        font.family: Theme.fontFamily
-        font.pixelSize: Theme.bodySize
         color: Theme.tertiaryText
     }
 }

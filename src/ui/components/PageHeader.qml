@@ -14,13 +14,11 @@ ColumnLayout {
         font.weight: Font.Bold
         color: Theme.text
     }
-    Text {
+    Body {
         Layout.fillWidth: true
         visible: subtitle !== ""
         text: subtitle
         wrapMode: Text.WordWrap
-        font.family: Theme.fontFamily
-        font.pixelSize: Theme.bodySize
         color: Theme.tertiaryText
     }
 }

@@ -27,14 +27,11 @@ Card {
         ColumnLayout {
             Layout.fillWidth: true
             spacing: 2
-            Text {
+            Caption {
                 objectName: "statCaption"
                 Layout.fillWidth: true
                 text: caption
                 elide: Text.ElideRight
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
             Text {
                 objectName: "statValue"

@@ -39,14 +39,12 @@ Rectangle {
                         color: index === row.currentIndex ? Theme.indigo : Theme.tertiaryText
                         anchors.verticalCenter: parent.verticalCenter
                     }
-                    Text {
+                    Body {
                         // as wide as in its selected weight, so that the tabs keep their places
                         width: Math.ceil(selectedLabel.advanceWidth)
                         horizontalAlignment: Text.AlignHCenter
                         text: modelData
                         anchors.verticalCenter: parent.verticalCenter
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.bodySize
                         font.weight: index === row.currentIndex ? Font.DemiBold : Font.Medium
                         color: index === row.currentIndex ? Theme.text : Theme.tertiaryText
                     }

@@ -55,6 +55,8 @@ QtObject {
     readonly property int smallSize: 12
     readonly property int titleSize: 26
     readonly property int headingSize: 16
+    readonly property int rowTitleSize: 14
+    readonly property int sectionTitleSize: 18
     readonly property int heroSize: 56
 
     // Motion: instant when animations are off.

@@ -59,14 +59,12 @@ Item {
                 size: 20
                 color: toast.success ? Theme.green : Theme.orange
             }
-            Text {
+            Body {
                 objectName: "toastTitle"
                 Layout.fillWidth: true
                 Layout.maximumWidth: toast.maximumWidth - 30
                 text: toast.title
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 font.weight: Font.Medium
                 color: Theme.text
             }

@@ -55,23 +55,17 @@ Item {
         ColumnLayout {
             Layout.fillWidth: true
             spacing: 2
-            Text {
+            Heading {
                 objectName: heading.key + "Title"
                 Layout.fillWidth: true
                 text: heading.title
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.headingSize
-                font.weight: Font.Bold
-                color: Theme.text
             }
-            Text {
+            Body {
                 objectName: heading.key + "Description"
                 Layout.fillWidth: true
                 text: heading.description
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 color: Theme.tertiaryText
             }
         }
@@ -87,13 +81,10 @@ Item {
                 font.weight: Font.Bold
                 color: Theme.text
             }
-            Text {
+            Caption {
                 objectName: heading.key + "TotalCaption"
                 Layout.alignment: Qt.AlignRight
                 text: heading.figure !== "" ? heading.figureCaption : ""
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
         }
     }
@@ -115,23 +106,19 @@ Item {
             size: 16
             color: line.success ? Theme.green : Theme.orange
         }
-        Text {
+        Caption {
             objectName: "resultLabel"
             Layout.alignment: Qt.AlignTop
             visible: line.label !== ""
             text: line.label
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
             font.weight: Font.DemiBold
             color: Theme.text
         }
-        Text {
+        Caption {
             objectName: "resultText"
             Layout.fillWidth: true
             text: line.message
             wrapMode: Text.Wrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
             font.weight: Font.Medium
             color: Theme.secondaryText
         }
@@ -147,21 +134,12 @@ Item {
         Layout.fillWidth: true
         spacing: 8
         Icon { Layout.alignment: Qt.AlignTop; name: notice.iconName; size: 18; color: notice.tint }
-        Text {
+        Body {
             objectName: notice.textName
             Layout.fillWidth: true
             text: notice.text
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.bodySize
-            color: Theme.secondaryText
         }
-    }
-
-    component Hairline: Rectangle {
-        Layout.fillWidth: true
-        implicitHeight: 1
-        color: Theme.hairline
     }
 
     ScrollView {
@@ -218,34 +196,24 @@ Item {
                     ColumnLayout {
                         Layout.fillWidth: true
                         spacing: 6
-                        Text {
+                        Title {
                             objectName: "headerHeadline"
                             Layout.fillWidth: true
                             text: "Find the gigabytes your tools left behind"
                             wrapMode: Text.WordWrap
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.headingSize + 2
-                            font.weight: Font.Bold
-                            color: Theme.text
                         }
-                        Text {
+                        Body {
                             objectName: "headerBody"
                             Layout.fillWidth: true
                             text: "node_modules folders in projects you've moved on from, Docker images and build cache nothing references, and iOS simulator runtimes for versions you no longer test. All of it rebuilds on demand — none of it needs to sit on your disk."
                             wrapMode: Text.WordWrap
                             lineHeight: 1.1
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.bodySize
-                            color: Theme.secondaryText
                         }
-                        Text {
+                        Caption {
                             objectName: "headerNote"
                             Layout.fillWidth: true
                             text: "The three biggest regenerable space sinks on a dev machine — dependencies reinstall, images re-pull, runtimes re-download."
                             wrapMode: Text.WordWrap
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.smallSize
-                            color: Theme.tertiaryText
                         }
                     }
                     AppButton {
@@ -356,44 +324,31 @@ Item {
                                 ColumnLayout {
                                     Layout.fillWidth: true
                                     spacing: 1
-                                    Text {
+                                    RowTitle {
                                         objectName: "projectName"
                                         Layout.fillWidth: true
                                         text: folderRow.modelData.projectName
                                         elide: Text.ElideRight
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: 14
-                                        font.weight: Font.DemiBold
-                                        color: Theme.text
                                     }
-                                    Text {
+                                    Caption {
                                         objectName: "folderPath"
                                         Layout.fillWidth: true
                                         text: folderRow.modelData.displayPath
                                         elide: Text.ElideMiddle
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: Theme.smallSize
                                         color: Theme.mutedText
                                     }
-                                    Text {
+                                    Caption {
                                         objectName: "projectActivity"
                                         Layout.fillWidth: true
                                         text: view.hasDate(folderRow.modelData.projectLastUsed)
                                             ? "project last touched " + Format.relativeTime(folderRow.modelData.projectLastUsed)
                                             : "no project activity found"
                                         elide: Text.ElideRight
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: Theme.smallSize
-                                        color: Theme.tertiaryText
                                     }
                                 }
-                                Text {
+                                RowTitle {
                                     objectName: "folderSize"
                                     text: Format.bytes(folderRow.modelData.bytes)
-                                    font.family: Theme.fontFamily
-                                    font.pixelSize: 14
-                                    font.weight: Font.DemiBold
-                                    color: Theme.text
                                 }
                                 AppButton {
                                     objectName: "deleteFolder"
@@ -478,21 +433,16 @@ Item {
                                     font.weight: Font.Bold
                                     color: Theme.text
                                 }
-                                Text {
+                                Caption {
                                     objectName: "dockerReclaimableCaption"
                                     text: "reclaimable"
-                                    font.family: Theme.fontFamily
-                                    font.pixelSize: Theme.smallSize
-                                    color: Theme.tertiaryText
                                 }
                             }
-                            Text {
+                            Caption {
                                 objectName: "pruneNote"
                                 Layout.fillWidth: true
                                 text: "docker system prune -a — removes unused images, stopped containers and build cache."
                                 wrapMode: Text.WordWrap
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.smallSize
                                 color: Theme.secondaryText
                             }
                             AppButton {
@@ -576,35 +526,24 @@ Item {
                                 ColumnLayout {
                                     Layout.fillWidth: true
                                     spacing: 1
-                                    Text {
+                                    RowTitle {
                                         objectName: "runtimeName"
                                         Layout.fillWidth: true
                                         text: runtimeRow.modelData.name
                                         elide: Text.ElideRight
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: 14
-                                        font.weight: Font.DemiBold
-                                        color: Theme.text
                                     }
-                                    Text {
+                                    Caption {
                                         objectName: "runtimeLastUsed"
                                         Layout.fillWidth: true
                                         text: view.hasDate(runtimeRow.modelData.lastUsedAt)
                                             ? "last used " + Format.relativeTime(runtimeRow.modelData.lastUsedAt)
                                             : "no record of use"
                                         elide: Text.ElideRight
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: Theme.smallSize
-                                        color: Theme.tertiaryText
                                     }
                                 }
-                                Text {
+                                RowTitle {
                                     objectName: "runtimeSize"
                                     text: Format.bytes(runtimeRow.modelData.bytes)
-                                    font.family: Theme.fontFamily
-                                    font.pixelSize: 14
-                                    font.weight: Font.DemiBold
-                                    color: Theme.text
                                 }
                                 Item { // the action's slot: as wide in every row (a hidden item measures
                                        // narrow, hence the floor), so that the sizes line up
@@ -631,12 +570,10 @@ Item {
                                         visible: !runtimeRow.modelData.deletable
                                         spacing: 4
                                         Icon { name: "lock.fill"; size: 14; color: Theme.mutedText; anchors.verticalCenter: parent.verticalCenter }
-                                        Text {
+                                        Caption {
                                             objectName: "runtimeKeptText"
                                             anchors.verticalCenter: parent.verticalCenter
                                             text: "Not deletable"
-                                            font.family: Theme.fontFamily
-                                            font.pixelSize: Theme.smallSize
                                             color: Theme.mutedText
                                         }
                                     }
@@ -673,24 +610,18 @@ Item {
                             ColumnLayout {
                                 Layout.fillWidth: true
                                 spacing: 2
-                                Text {
+                                RowTitle {
                                     objectName: "orphanedCount"
                                     Layout.fillWidth: true
                                     readonly property int count: view.devClean.unavailableSimDevices
                                     text: count + " orphaned simulator device" + (count === 1 ? "" : "s")
                                     wrapMode: Text.WordWrap
-                                    font.family: Theme.fontFamily
-                                    font.pixelSize: 14
-                                    font.weight: Font.DemiBold
-                                    color: Theme.text
                                 }
-                                Text {
+                                Caption {
                                     objectName: "orphanedDescription"
                                     Layout.fillWidth: true
                                     text: "Devices whose runtime was removed — their data folders serve nothing."
                                     wrapMode: Text.WordWrap
-                                    font.family: Theme.fontFamily
-                                    font.pixelSize: Theme.smallSize
                                     color: Theme.secondaryText
                                 }
                             }

@@ -14,12 +14,6 @@ Item {
 
     Component.onCompleted: scanner.startScan()
 
-    component Hairline: Rectangle {
-        Layout.fillWidth: true
-        implicitHeight: 1
-        color: Theme.hairline
-    }
-
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: Theme.pageMargin
@@ -109,12 +103,9 @@ Item {
                     visible: view.scanning
                     spacing: 8
                     Spinner { implicitWidth: 16; implicitHeight: 16 }
-                    Text {
+                    Caption {
                         objectName: "emptyProgress"
                         text: view.scanner.scanProgress
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
-                        color: Theme.tertiaryText
                     }
                 }
             }
@@ -132,13 +123,10 @@ Item {
                     visible: view.scanning
                     spacing: 8
                     Spinner { implicitWidth: 16; implicitHeight: 16 }
-                    Text {
+                    Caption {
                         Layout.fillWidth: true
                         text: view.scanner.scanProgress
                         elide: Text.ElideRight
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
-                        color: Theme.tertiaryText
                     }
                 }
 
@@ -205,45 +193,32 @@ Item {
                                     ColumnLayout {
                                         Layout.fillWidth: true
                                         spacing: 1
-                                        Text {
+                                        RowTitle {
                                             objectName: "appName"
                                             Layout.fillWidth: true
                                             text: appRow.modelData.displayName
                                             elide: Text.ElideRight
-                                            font.family: Theme.fontFamily
-                                            font.pixelSize: 14
-                                            font.weight: Font.DemiBold
-                                            color: Theme.text
                                         }
                                         RowLayout {
                                             Layout.fillWidth: true
                                             spacing: 10
-                                            Text {
+                                            Caption {
                                                 objectName: "appLocations"
                                                 text: appRow.locationCount + " location" + (appRow.locationCount === 1 ? "" : "s")
-                                                font.family: Theme.fontFamily
-                                                font.pixelSize: Theme.smallSize
-                                                color: Theme.tertiaryText
                                             }
-                                            Text {
+                                            Caption {
                                                 objectName: "appReclaimable"
                                                 visible: appRow.modelData.reclaimableBytes > 0
                                                 text: Format.bytes(appRow.modelData.reclaimableBytes) + " reclaimable"
-                                                font.family: Theme.fontFamily
-                                                font.pixelSize: Theme.smallSize
                                                 font.weight: Font.Medium
                                                 color: Theme.green
                                             }
                                             Item { Layout.fillWidth: true }
                                         }
                                     }
-                                    Text {
+                                    RowTitle {
                                         objectName: "appSize"
                                         text: Format.bytes(appRow.modelData.totalBytes)
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: 14
-                                        font.weight: Font.DemiBold
-                                        color: Theme.text
                                     }
                                 }
                             }
@@ -290,20 +265,15 @@ Item {
                                                     color: Theme.secondaryText
                                                 }
                                             }
-                                            Text {
+                                            Caption {
                                                 objectName: "locationPath"
                                                 Layout.fillWidth: true
                                                 text: locationRow.modelData.displayPath
                                                 elide: Text.ElideMiddle
-                                                font.family: Theme.fontFamily
-                                                font.pixelSize: Theme.smallSize
-                                                color: Theme.tertiaryText
                                             }
-                                            Text {
+                                            Caption {
                                                 objectName: "locationSize"
                                                 text: Format.bytes(locationRow.modelData.bytes)
-                                                font.family: Theme.fontFamily
-                                                font.pixelSize: Theme.smallSize
                                                 font.weight: Font.DemiBold
                                                 color: Theme.text
                                             }

@@ -62,30 +62,22 @@ Item {
                         ColumnLayout {
                             Layout.fillWidth: true
                             spacing: 1
-                            Text {
+                            Body {
                                 Layout.fillWidth: true
                                 text: row.modelData.name
                                 elide: Text.ElideMiddle
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.bodySize
                                 font.weight: Font.DemiBold
                                 color: Theme.text
                             }
-                            Text {
+                            Caption {
                                 Layout.fillWidth: true
                                 text: row.modelData.path
                                 elide: Text.ElideMiddle
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.smallSize
-                                color: Theme.tertiaryText
                             }
                         }
-                        Text {
+                        Body {
                             text: Format.bytes(row.modelData.bytes)
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.bodySize
                             font.weight: Font.DemiBold
-                            color: Theme.secondaryText
                         }
                         AppButton {
                             objectName: "moveButton_" + row.index
@@ -145,23 +137,16 @@ Item {
                 size: 26
                 color: Theme.orange
             }
-            Text {
+            Heading {
                 Layout.topMargin: 20
                 text: "Move to Trash?"
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.headingSize
-                font.weight: Font.Bold
-                color: Theme.text
             }
         }
-        contentItem: Text {
+        contentItem: Body {
             objectName: "trashConfirmationText"
             text: view.pendingTrash ? view.pendingTrash.name + " (" + Format.bytes(view.pendingTrash.bytes) + ")\n" + view.pendingTrash.path : ""
             wrapMode: Text.WrapAnywhere
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.bodySize
             lineHeight: 1.3
-            color: Theme.secondaryText
         }
         footer: RowLayout {
             spacing: 8

@@ -14,12 +14,6 @@ Item {
     property string expandedId: "" // the open group
     property string feedback: "" // what the last keep did
 
-    component Hairline: Rectangle {
-        Layout.fillWidth: true
-        implicitHeight: 1
-        color: Theme.hairline
-    }
-
     ColumnLayout {
         anchors.fill: parent
         anchors.margins: Theme.pageMargin
@@ -87,14 +81,12 @@ Item {
             }
         }
 
-        Text {
+        Caption {
             objectName: "refusedFolders"
             Layout.fillWidth: true
             visible: view.finder.refusedFolders.length > 0
             text: view.finder.refusedFolders.join(" ")
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
             color: Theme.secondaryText
         }
 
@@ -168,32 +160,23 @@ Item {
                                 ColumnLayout {
                                     Layout.fillWidth: true
                                     spacing: 1
-                                    Text {
+                                    RowTitle {
                                         objectName: "groupName"
                                         Layout.fillWidth: true
                                         text: groupRow.modelData.name
                                         elide: Text.ElideMiddle
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: 14
-                                        font.weight: Font.DemiBold
-                                        color: Theme.text
                                     }
-                                    Text {
+                                    Caption {
                                         objectName: "groupCopies"
                                         Layout.fillWidth: true
                                         text: groupRow.modelData.files.length + " identical copies, "
                                               + Format.bytes(groupRow.modelData.bytes) + " each"
                                         elide: Text.ElideRight
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: Theme.smallSize
-                                        color: Theme.tertiaryText
                                     }
                                 }
-                                Text {
+                                Body {
                                     objectName: "groupWasted"
                                     text: Format.bytes(groupRow.modelData.wastedBytes) + " reclaimable"
-                                    font.family: Theme.fontFamily
-                                    font.pixelSize: Theme.bodySize
                                     font.weight: Font.DemiBold
                                     color: Theme.green
                                 }
@@ -227,24 +210,19 @@ Item {
                                         ColumnLayout {
                                             Layout.fillWidth: true
                                             spacing: 1
-                                            Text {
+                                            Body {
                                                 objectName: "fileName"
                                                 Layout.fillWidth: true
                                                 text: fileRow.modelData.name
                                                 elide: Text.ElideMiddle
-                                                font.family: Theme.fontFamily
-                                                font.pixelSize: Theme.bodySize
                                                 font.weight: Font.Medium
                                                 color: Theme.text
                                             }
-                                            Text {
+                                            Caption {
                                                 objectName: "filePath"
                                                 Layout.fillWidth: true
                                                 text: fileRow.modelData.displayPath
                                                 elide: Text.ElideMiddle
-                                                font.family: Theme.fontFamily
-                                                font.pixelSize: Theme.smallSize
-                                                color: Theme.tertiaryText
                                             }
                                         }
                                         AppButton {
@@ -282,13 +260,11 @@ Item {
                 size: 16
                 color: view.feedback.endsWith("trashed the rest.") ? Theme.green : Theme.orange
             }
-            Text {
+            Caption {
                 objectName: "feedbackText"
                 Layout.fillWidth: true
                 text: view.feedback
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
                 font.weight: Font.Medium
                 color: Theme.secondaryText
             }

@@ -36,11 +36,8 @@ Item {
     readonly property int modifiedWidth: 104
     readonly property int revealWidth: 34
 
-    component ColumnTitle: Text {
-        font.family: Theme.fontFamily
-        font.pixelSize: Theme.smallSize
+    component ColumnTitle: Caption {
         font.weight: Font.DemiBold
-        color: Theme.tertiaryText
         elide: Text.ElideRight
     }
 
@@ -117,12 +114,9 @@ Item {
                     }
                 }
 
-                Text {
+                Body {
                     objectName: "minimumLabel"
                     text: "Minimum size:"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
-                    color: Theme.secondaryText
                 }
                 Slider {
                     id: slider
@@ -163,14 +157,12 @@ Item {
                         border.color: slider.pressed ? Theme.indigo : Theme.hairline
                     }
                 }
-                Text {
+                Body {
                     id: minimumValue
                     objectName: "minimumValue"
                     Layout.preferredWidth: widest.advanceWidth // the label keeps its place as the number grows
                     text: Math.round(view.minMB) + " MB+"
                     horizontalAlignment: Text.AlignRight
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
                     font.weight: Font.DemiBold
                     color: Theme.text
                     TextMetrics { id: widest; font: minimumValue.font; text: "2000 MB+" }
@@ -190,7 +182,7 @@ Item {
                 implicitWidth: 14
                 implicitHeight: 14
             }
-            Text {
+            Caption {
                 objectName: "indexStatus"
                 Layout.fillWidth: true
                 text: {
@@ -200,16 +192,11 @@ Item {
                     return view.search.progress
                 }
                 elide: Text.ElideRight
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
-            Text {
+            Caption {
                 objectName: "resultCount"
                 visible: view.hasIndex
                 text: view.rows.length + " result" + (view.rows.length === 1 ? "" : "s")
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
                 font.weight: Font.DemiBold
                 color: Theme.secondaryText
             }
@@ -289,47 +276,38 @@ Item {
                                 Layout.maximumWidth: view.nameWidth
                                 spacing: 8
                                 Icon { name: "doc"; size: 16; color: Theme.indigo }
-                                Text {
+                                Body {
                                     objectName: "resultName"
                                     Layout.fillWidth: true
                                     text: resultRow.modelData.name
                                     elide: Text.ElideMiddle
-                                    font.family: Theme.fontFamily
-                                    font.pixelSize: Theme.bodySize
                                     font.weight: Font.Medium
                                     color: Theme.text
                                 }
                             }
-                            Text {
+                            Caption {
                                 objectName: "resultPath"
                                 Layout.fillWidth: true
                                 Layout.preferredWidth: 1 // the column's width, however long the path
                                 text: resultRow.modelData.folder
                                 elide: Text.ElideMiddle
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.smallSize
-                                color: Theme.tertiaryText
                             }
-                            Text {
+                            Body {
                                 objectName: "resultSize"
                                 Layout.preferredWidth: view.sizeWidth
                                 horizontalAlignment: Text.AlignRight
                                 text: Format.bytes(resultRow.modelData.bytes)
                                 elide: Text.ElideLeft
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.bodySize
                                 font.weight: Font.DemiBold
                                 color: Theme.text
                             }
-                            Text {
+                            Caption {
                                 objectName: "resultModified"
                                 Layout.preferredWidth: view.modifiedWidth
                                 text: view.hasDate(resultRow.modelData.modifiedAt)
                                       ? resultRow.modelData.modifiedAt.toLocaleDateString(Qt.locale(), Locale.ShortFormat)
                                       : "—"
                                 elide: Text.ElideRight
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.smallSize
                                 color: Theme.secondaryText
                             }
                             AppButton {

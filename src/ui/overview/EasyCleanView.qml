@@ -89,11 +89,9 @@ Item {
                         font.weight: Font.Bold
                         color: Theme.text
                     }
-                    Text {
+                    Body {
                         anchors.horizontalCenter: parent.horizontalCenter
                         text: "used"
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.bodySize
                         color: Theme.tertiaryText
                     }
                 }
@@ -289,15 +287,12 @@ Item {
             text: "Show me everything"
             onClicked: Services.settings.interfaceMode = "advanced"
         }
-        Text {
+        Caption {
             objectName: "showEverythingHint"
             Layout.fillWidth: true
             text: "Switch to the full app with every tool — you can come back to this view from Settings."
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
-            color: Theme.tertiaryText
         }
     }
 }

@@ -25,12 +25,8 @@ Card {
             }
             ColumnLayout {
                 spacing: 0
-                Text {
+                Heading {
                     text: "Hidden, reclaimable space"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.headingSize
-                    font.weight: Font.Bold
-                    color: Theme.text
                 }
                 Text {
                     objectName: "purgeableAmount"
@@ -49,23 +45,17 @@ Card {
                 TapHandler { onTapped: card.explaining = !card.explaining }
             }
         }
-        Text {
+        Body {
             objectName: "hiddenSpaceDetail"
             Layout.fillWidth: true
             text: card.model.detail
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.bodySize
-            color: Theme.secondaryText
         }
-        Text {
+        Caption {
             Layout.fillWidth: true
             visible: card.explaining
             text: "This is what the system calls purgeable space: local snapshot copies and other data it can evict when it needs room. It counts as available, yet it still takes up the disk until the system lets it go."
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
-            color: Theme.tertiaryText
         }
         RowLayout {
             spacing: 12
@@ -85,37 +75,26 @@ Card {
             Row {
                 visible: card.model.hasRun
                 spacing: 6
-                Text {
+                Body {
                     text: Format.bytes(card.model.beforeFree)
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
-                    color: Theme.secondaryText
                 }
                 Icon { name: "arrow.right"; size: 16; anchors.verticalCenter: parent.verticalCenter }
-                Text {
+                Body {
                     text: Format.bytes(card.model.afterFree) + " free"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
-                    color: Theme.secondaryText
                 }
-                Text {
+                Body {
                     text: card.model.afterFree > card.model.beforeFree
                           ? "+" + Format.bytes(card.model.afterFree - card.model.beforeFree)
                           : "macOS may release the rest in the background over a few minutes."
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
                     font.weight: card.model.afterFree > card.model.beforeFree ? Font.DemiBold : Font.Normal
                     color: card.model.afterFree > card.model.beforeFree ? Theme.green : Theme.tertiaryText
                 }
             }
         }
-        Text {
+        Caption {
             Layout.fillWidth: true
             text: "Your files and your Time Machine drive backups are untouched — this only thins the local snapshot copies macOS keeps \"just in case\"."
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
-            color: Theme.tertiaryText
         }
     }
 }

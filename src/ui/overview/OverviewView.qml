@@ -57,12 +57,9 @@ Item {
                             color: Theme.selection
                             Icon { anchors.centerIn: parent; name: "internaldrive"; size: 20; color: Theme.indigo }
                         }
-                        Text {
+                        Body {
                             text: "Startup disk"
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.bodySize
                             font.weight: Font.DemiBold
-                            color: Theme.secondaryText
                         }
                     }
                     RowLayout {
@@ -112,18 +109,12 @@ Item {
                     RowLayout {
                         Layout.fillWidth: true
                         Layout.topMargin: 2
-                        Text {
+                        Caption {
                             text: Format.bytes(overview.scanner.totalUsed) + " used"
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.smallSize
-                            color: Theme.tertiaryText
                         }
                         Item { Layout.fillWidth: true }
-                        Text {
+                        Caption {
                             text: Format.bytes(overview.scanner.totalFree) + " available"
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.smallSize
-                            color: Theme.tertiaryText
                         }
                     }
                 }

@@ -55,14 +55,11 @@ Card {
                     font.weight: Font.DemiBold
                     color: Theme.text
                 }
-                Text {
+                Body {
                     objectName: "cardOneLiner"
                     Layout.fillWidth: true
                     text: card.recommendation.oneLiner
                     wrapMode: Text.WordWrap
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
-                    color: Theme.secondaryText
                 }
                 Rectangle {
                     objectName: "riskBadge"
@@ -99,22 +96,15 @@ Card {
                     font.weight: Font.Bold
                     color: Theme.text
                 }
-                Text {
+                Caption {
                     objectName: "savingsCaption"
                     Layout.alignment: Qt.AlignRight
                     text: "est. savings"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.smallSize
-                    color: Theme.tertiaryText
                 }
             }
         }
 
-        Rectangle { // hairline over the line of controls
-            Layout.fillWidth: true
-            implicitHeight: 1
-            color: Theme.hairline
-        }
+        Hairline {} // over the line of controls
 
         RowLayout {
             objectName: "controlLine"
@@ -133,14 +123,12 @@ Card {
                 size: 18
                 color: card.phase === "failed" ? Theme.orange : Theme.green
             }
-            Text {
+            Body {
                 objectName: "statusText"
                 Layout.fillWidth: true
                 visible: card.phase !== ""
                 text: card.status === undefined ? "" : card.status.text
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 font.weight: card.phase === "running" ? Font.Normal : Font.Medium
                 color: card.phase === "failed" ? Theme.text
                      : card.phase === "succeeded" ? Theme.green : Theme.secondaryText
@@ -215,26 +203,19 @@ Card {
                     color: Theme.pale(card.tint)
                     Icon { anchors.centerIn: parent; name: card.recommendation.icon; size: 18; color: card.tint }
                 }
-                Text {
+                Heading {
                     objectName: "explanationTitle"
                     Layout.fillWidth: true
                     text: card.recommendation.title
                     wrapMode: Text.WordWrap
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.headingSize
-                    font.weight: Font.Bold
-                    color: Theme.text
                 }
             }
-            Text {
+            Body {
                 objectName: "explanationText"
                 Layout.fillWidth: true
                 text: card.recommendation.explanation
                 wrapMode: Text.WordWrap
                 lineHeight: 1.15
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
-                color: Theme.secondaryText
             }
             AppButton {
                 objectName: "closeExplanation"

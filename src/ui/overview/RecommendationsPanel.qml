@@ -61,13 +61,9 @@ ColumnLayout {
         spacing: 10
         transform: headingRise.shift
         onVisibleChanged: if (visible) headingRise.enter()
-        Text {
+        Title {
             objectName: "recommendationsHeading"
             text: "Recommendations"
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.headingSize + 2
-            font.weight: Font.Bold
-            color: Theme.text
         }
         Rectangle {
             visible: panel.count > 0
@@ -75,13 +71,11 @@ ColumnLayout {
             implicitHeight: 22
             radius: 11
             color: Theme.selection
-            Text {
+            Caption {
                 id: toReview
                 objectName: "toReview"
                 anchors.centerIn: parent
                 text: panel.count + " to review"
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
                 font.weight: Font.DemiBold
                 color: Theme.indigo
             }
@@ -124,24 +118,18 @@ ColumnLayout {
                 color: Theme.pale(Theme.green)
                 Icon { anchors.centerIn: parent; name: "checkmark.seal.fill"; size: 30; color: Theme.green }
             }
-            Text {
+            Heading {
                 objectName: "allClearTitle"
                 Layout.alignment: Qt.AlignHCenter
                 Layout.topMargin: 4
                 text: "All clear"
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.headingSize
-                font.weight: Font.Bold
-                color: Theme.text
             }
-            Text {
+            Body {
                 objectName: "allClearMessage"
                 Layout.fillWidth: true
                 text: "Smart Scan didn't find anything to clean up right now. Run it again any time."
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
                 color: Theme.tertiaryText
             }
         }

@@ -42,12 +42,9 @@ Card {
                     size: 18
                     color: Theme.tertiaryText
                 }
-                Text {
+                RowTitle {
                     objectName: "skippedTitle"
                     text: "Skipped this session"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize + 1
-                    font.weight: Font.DemiBold
                     color: Theme.secondaryText
                 }
                 Rectangle {
@@ -55,13 +52,11 @@ Card {
                     implicitHeight: 20
                     radius: 10
                     color: Theme.track
-                    Text {
+                    Caption {
                         id: skippedCount
                         objectName: "skippedCount"
                         anchors.centerIn: parent
                         text: section.skipped.length
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
                         font.weight: Font.DemiBold
                         color: Theme.secondaryText
                     }
@@ -93,20 +88,16 @@ Card {
                         color: Theme.pale(Theme.tint(modelData.tint), 0.1)
                         Icon { anchors.centerIn: parent; name: modelData.icon; size: 16; color: Theme.tint(modelData.tint) }
                     }
-                    Text {
+                    Body {
                         objectName: "skippedRowTitle"
                         Layout.fillWidth: true
                         text: modelData.title
                         elide: Text.ElideRight
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.bodySize
                         color: Theme.tertiaryText
                     }
-                    Text {
+                    Caption {
                         visible: modelData.estimatedSavings > 0
                         text: Format.bytes(modelData.estimatedSavings)
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
                         color: Theme.mutedText
                     }
                 }

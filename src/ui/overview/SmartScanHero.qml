@@ -47,27 +47,20 @@ Card {
         ColumnLayout {
             Layout.fillWidth: true
             spacing: 4
-            Text {
+            Title {
                 objectName: "heroHeadline"
                 Layout.fillWidth: true
                 text: hero.scanned ? "Smart Scan complete"
                     : hero.scanning ? "Smart Scan in progress…" : "Run a Smart Scan"
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.headingSize + 2
-                font.weight: Font.Bold
-                color: Theme.text
             }
-            Text {
+            Body {
                 objectName: "heroBody"
                 Layout.fillWidth: true
                 visible: !hero.scanned
                 text: hero.scanning ? hero.smartScan.scanProgress
                     : "About 30 seconds. Tessoly finds everything safe to clean up and suggests what to do."
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
-                color: Theme.secondaryText
             }
             // Joined by " · "; a narrow panel wraps between parts, never inside one.
             Flow {
@@ -77,25 +70,19 @@ Card {
                 visible: hero.scanned
                 Repeater {
                     model: hero.summaryParts
-                    delegate: Text {
+                    delegate: Body {
                         required property string modelData
                         required property int index
                         text: modelData + (index < hero.summaryParts.length - 1 ? " · " : "")
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.bodySize
-                        color: Theme.secondaryText
                     }
                 }
             }
-            Text {
+            Caption {
                 objectName: "heroRescanProgress"
                 Layout.fillWidth: true
                 visible: hero.scanned && hero.scanning
                 text: hero.smartScan.scanProgress
                 elide: Text.ElideRight
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
         }
 

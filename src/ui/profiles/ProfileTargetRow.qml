@@ -44,12 +44,8 @@ Rectangle {
             spacing: 2
             RowLayout {
                 spacing: 8
-                Text {
+                RowTitle {
                     text: row.modelData.name
-                    font.family: Theme.fontFamily
-                    font.pixelSize: 14
-                    font.weight: Font.DemiBold
-                    color: Theme.text
                 }
                 Rectangle {
                     implicitWidth: safetyText.implicitWidth + 12
@@ -68,13 +64,10 @@ Rectangle {
                     }
                 }
             }
-            Text {
+            Caption {
                 Layout.fillWidth: true
                 text: row.modelData.description
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
             Text { // where this folder is on this system
                 objectName: "locationText"
@@ -98,14 +91,11 @@ Rectangle {
                 font.weight: row.state.exists ? Font.DemiBold : Font.Normal
                 color: row.state.exists ? Theme.text : Theme.mutedText
             }
-            Text {
+            Caption {
                 objectName: "itemsText"
                 Layout.alignment: Qt.AlignRight
                 visible: row.state.measured && row.state.exists
                 text: row.state.childCount + (row.state.childCount === 1 ? " item" : " items")
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.smallSize
-                color: Theme.tertiaryText
             }
         }
     }

@@ -80,14 +80,12 @@ Item {
             Layout.fillWidth: true
             title: "Profiles"
         }
-        Text {
+        Body {
             Layout.fillWidth: true
             Layout.topMargin: -10
             text: "Pick the persona that matches your Mac. Tessoly tunes the cleanup list for what *you* actually use."
             textFormat: Text.MarkdownText
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.bodySize
             color: Theme.tertiaryText
         }
         GridLayout {
@@ -124,15 +122,12 @@ Item {
                             font.weight: Font.DemiBold
                             color: Theme.text
                         }
-                        Text {
+                        Caption {
                             Layout.fillWidth: true
                             text: profileCard.modelData.tagline
                             wrapMode: Text.WordWrap
                             maximumLineCount: 2
                             elide: Text.ElideRight
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.smallSize
-                            color: Theme.tertiaryText
                         }
                     }
                 }
@@ -191,11 +186,8 @@ Item {
             RowLayout {
                 Layout.fillWidth: true
                 spacing: 12
-                Text {
+                Body {
                     text: "Reclaimable now:"
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
-                    color: Theme.secondaryText
                 }
                 Text {
                     objectName: "reclaimableSum"
@@ -211,11 +203,9 @@ Item {
                     spacing: 6
                     visible: view.lastFreed > 0 && !view.working
                     Icon { name: "checkmark.circle.fill"; size: 18; color: Theme.green; anchors.verticalCenter: parent.verticalCenter }
-                    Text {
+                    Body {
                         text: "Reclaimed " + Format.bytes(view.lastFreed)
                         anchors.verticalCenter: parent.verticalCenter
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.bodySize
                         font.weight: Font.DemiBold
                         color: Theme.green
                     }
@@ -242,12 +232,10 @@ Item {
                 spacing: 8
                 visible: view.cleanup.lastCleanNotice !== "" && !view.working
                 Icon { name: "exclamationmark.triangle.fill"; size: 16; color: Theme.orange; Layout.alignment: Qt.AlignTop }
-                Text {
+                Caption {
                     Layout.fillWidth: true
                     text: view.cleanup.lastCleanNotice
                     wrapMode: Text.Wrap
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.smallSize
                     color: Theme.secondaryText
                 }
             }

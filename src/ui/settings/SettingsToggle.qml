@@ -27,15 +27,12 @@ RowLayout {
             font.pixelSize: Theme.bodySize + 1
             color: Theme.text
         }
-        Text {
+        Caption {
             objectName: "toggleHint"
             Layout.fillWidth: true
             visible: row.hint !== ""
             text: row.hint
             wrapMode: Text.WordWrap
-            font.family: Theme.fontFamily
-            font.pixelSize: Theme.smallSize
-            color: Theme.tertiaryText
         }
     }
     AppSwitch {

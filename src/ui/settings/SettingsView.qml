@@ -39,18 +39,10 @@ Item {
         onTriggered: view.clock++
     }
 
-    component Note: Text {
+    component Note: Caption {
         Layout.fillWidth: true
         wrapMode: Text.WordWrap
         lineHeight: 1.15
-        font.family: Theme.fontFamily
-        font.pixelSize: Theme.smallSize
-        color: Theme.tertiaryText
-    }
-    component Hairline: Rectangle {
-        Layout.fillWidth: true
-        implicitHeight: 1
-        color: Theme.hairline
     }
     // A label on the left and its value on the right.
     component InfoRow: RowLayout {
@@ -141,7 +133,7 @@ Item {
                             onClicked: if (!view.autopilot.isRunning) view.autopilot.runNow()
                         }
                     }
-                    Text {
+                    Caption {
                         objectName: "autopilotStatus"
                         Layout.fillWidth: true
                         text: {
@@ -151,13 +143,11 @@ Item {
                             return view.autopilot.statusLine
                         }
                         wrapMode: Text.WordWrap
-                        font.family: Theme.fontFamily
-                        font.pixelSize: Theme.smallSize
                         font.weight: Font.Medium
                         color: Theme.secondaryText
                     }
                 }
-                Text {
+                Caption {
                     objectName: "autopilotLastRun"
                     Layout.fillWidth: true
                     visible: view.hasDate(view.autopilot.lastRunAt)
@@ -169,8 +159,6 @@ Item {
                                 + Format.bytes(view.autopilot.lastFreedBytes)
                     }
                     wrapMode: Text.WordWrap
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.smallSize
                     color: Theme.secondaryText
                 }
                 Hairline {}
@@ -290,16 +278,13 @@ Item {
                     objectName: "destinationsNote"
                     text: "Tessoly asks you to pick a folder on each external drive the first time you move something to it — that one-time pick gives Tessoly permission to write there. Manage those choices below."
                 }
-                Text {
+                Body {
                     objectName: "noDrivesText"
                     Layout.fillWidth: true
                     visible: view.driveList.length === 0
                     text: "No external drives are connected right now."
                     wrapMode: Text.WordWrap
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.bodySize
                     font.italic: true
-                    color: Theme.secondaryText
                 }
                 Repeater {
                     objectName: "destinationRows"
@@ -322,25 +307,19 @@ Item {
                         ColumnLayout {
                             Layout.fillWidth: true
                             spacing: 2
-                            Text {
+                            RowTitle {
                                 objectName: "driveName"
                                 Layout.fillWidth: true
                                 text: driveRow.modelData.name
                                 elide: Text.ElideRight
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.bodySize + 1
-                                font.weight: Font.DemiBold
-                                color: Theme.text
                             }
-                            Text {
+                            Caption {
                                 objectName: "driveFolder"
                                 Layout.fillWidth: true
                                 text: driveRow.folder !== "" ? driveRow.folder
                                                             : "Not configured — Tessoly will ask when you first move something here"
                                 elide: driveRow.folder !== "" ? Text.ElideMiddle : Text.ElideNone
                                 wrapMode: driveRow.folder !== "" ? Text.NoWrap : Text.WordWrap
-                                font.family: Theme.fontFamily
-                                font.pixelSize: Theme.smallSize
                                 color: driveRow.folder !== "" ? Theme.secondaryText : Theme.tertiaryText
                             }
                         }

@@ -79,25 +79,18 @@ Item {
 
         contentItem: ColumnLayout {
             spacing: 12
-            Text {
+            Heading {
                 objectName: "folderPanelTitle"
                 Layout.fillWidth: true
                 text: panel.heading
                 wrapMode: Text.WordWrap
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.headingSize
-                font.weight: Font.Bold
-                color: Theme.text
             }
-            Text {
+            Body {
                 objectName: "folderPanelMessage"
                 Layout.fillWidth: true
                 text: panel.message
                 wrapMode: Text.WordWrap
                 lineHeight: 1.25
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
-                color: Theme.secondaryText
             }
             RowLayout {
                 Layout.fillWidth: true
@@ -178,26 +171,19 @@ Item {
             RowLayout {
                 spacing: 10
                 Icon { name: "exclamationmark.triangle.fill"; size: 24; color: Theme.orange }
-                Text {
+                Heading {
                     objectName: "alertTitle"
                     Layout.fillWidth: true
                     text: alert.heading
                     wrapMode: Text.WordWrap
-                    font.family: Theme.fontFamily
-                    font.pixelSize: Theme.headingSize
-                    font.weight: Font.Bold
-                    color: Theme.text
                 }
             }
-            Text {
+            Body {
                 objectName: "alertText"
                 Layout.fillWidth: true
                 text: alert.text
                 wrapMode: Text.WordWrap
                 lineHeight: 1.25
-                font.family: Theme.fontFamily
-                font.pixelSize: Theme.bodySize
-                color: Theme.secondaryText
             }
             RowLayout {
                 Layout.fillWidth: true

@@ -102,12 +102,6 @@ Item {
         }
     }
 
-    component Hairline: Rectangle {
-        Layout.fillWidth: true
-        implicitHeight: 1
-        color: Theme.hairline
-    }
-
     ScrollView {
         id: scroller
         objectName: "xrayScroll"
@@ -174,25 +168,18 @@ Item {
                     ColumnLayout {
                         Layout.fillWidth: true
                         spacing: 6
-                        Text {
+                        Title {
                             objectName: "introTitle"
                             Layout.fillWidth: true
                             text: "What's actually in your System Data?"
                             wrapMode: Text.WordWrap
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.headingSize + 2
-                            font.weight: Font.Bold
-                            color: Theme.text
                         }
-                        Text {
+                        Body {
                             objectName: "introBody"
                             Layout.fillWidth: true
                             text: "Apple's storage settings lump caches, logs, old iPhone backups, Time Machine snapshots, Docker images and more into one unexplained number — often 50-200 GB. Run the X-Ray to see every contributor, what it is, and what's safe to do about it."
                             wrapMode: Text.WordWrap
                             lineHeight: 1.1
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.bodySize
-                            color: Theme.secondaryText
                         }
                     }
                 }
@@ -235,7 +222,7 @@ Item {
                                 color: Theme.tertiaryText
                             }
                         }
-                        Text {
+                        Caption {
                             objectName: "scannedAt"
                             Layout.fillWidth: true
                             text: {
@@ -244,9 +231,6 @@ Item {
                                     ? "scanned " + Format.timeSince(view.xray.lastScanAt) : ""
                             }
                             elide: Text.ElideRight
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.smallSize
-                            color: Theme.tertiaryText
                         }
                     }
                     SliceBar {
@@ -272,21 +256,14 @@ Item {
 
                     RowLayout {
                         Layout.fillWidth: true
-                        Text {
+                        Heading {
                             objectName: "listTitle"
                             Layout.fillWidth: true
                             text: "Inside the number"
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.headingSize
-                            font.weight: Font.Bold
-                            color: Theme.text
                         }
-                        Text {
+                        Caption {
                             objectName: "contributorCount"
                             text: view.slices.length + " contributors"
-                            font.family: Theme.fontFamily
-                            font.pixelSize: Theme.smallSize
-                            color: Theme.tertiaryText
                         }
                     }
 
@@ -337,24 +314,17 @@ Item {
                                     ColumnLayout {
                                         Layout.fillWidth: true
                                         spacing: 2
-                                        Text {
+                                        RowTitle {
                                             objectName: "sliceName"
                                             Layout.fillWidth: true
                                             text: sliceRow.modelData.name
                                             elide: Text.ElideRight
-                                            font.family: Theme.fontFamily
-                                            font.pixelSize: 14
-                                            font.weight: Font.DemiBold
-                                            color: Theme.text
                                         }
-                                        Text {
+                                        Caption {
                                             objectName: "sliceDetail"
                                             Layout.fillWidth: true
                                             text: sliceRow.modelData.detail
                                             wrapMode: Text.WordWrap
-                                            font.family: Theme.fontFamily
-                                            font.pixelSize: Theme.smallSize
-                                            color: Theme.tertiaryText
                                         }
                                     }
                                     Spinner {
@@ -367,14 +337,10 @@ Item {
                                     ColumnLayout {
                                         Layout.alignment: Qt.AlignTop
                                         spacing: 4
-                                        Text {
+                                        RowTitle {
                                             objectName: "sliceSize"
                                             Layout.alignment: Qt.AlignRight
                                             text: Format.bytes(sliceRow.modelData.bytes)
-                                            font.family: Theme.fontFamily
-                                            font.pixelSize: 14
-                                            font.weight: Font.DemiBold
-                                            color: Theme.text
                                         }
                                         Rectangle {
                                             Layout.alignment: Qt.AlignRight
@@ -423,23 +389,18 @@ Item {
                                     anchors.top: parent.top
                                     anchors.margins: 14
                                     spacing: 8
-                                    Text {
+                                    Body {
                                         objectName: "whyTitle"
                                         text: "Why?"
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: Theme.bodySize
                                         font.weight: Font.Bold
                                         color: Theme.text
                                     }
-                                    Text {
+                                    Body {
                                         objectName: "sliceExplanation"
                                         Layout.fillWidth: true
                                         text: sliceRow.modelData.explanation
                                         wrapMode: Text.WordWrap
                                         lineHeight: 1.15
-                                        font.family: Theme.fontFamily
-                                        font.pixelSize: Theme.bodySize
-                                        color: Theme.secondaryText
                                     }
                                     RowLayout {
                                         Layout.fillWidth: true
@@ -473,13 +434,11 @@ Item {
                                                 size: 16
                                                 color: sliceRow.result && sliceRow.result.success ? Theme.green : Theme.orange
                                             }
-                                            Text {
+                                            Caption {
                                                 objectName: "resultText"
                                                 Layout.fillWidth: true
                                                 text: sliceRow.result ? sliceRow.result.message : ""
                                                 wrapMode: Text.WordWrap
-                                                font.family: Theme.fontFamily
-                                                font.pixelSize: Theme.smallSize
                                                 font.weight: Font.Medium
                                                 color: Theme.secondaryText
                                             }
