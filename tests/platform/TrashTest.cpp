@@ -69,71 +69,51 @@ TEST_F(Trash, TrashCliListsAndRestoresWhatWeTrashed)
     EXPECT_FALSE(fs::exists(outcome.trashedPath));
 }
 
-TEST_F(Trash, TwoItemsOfTheSameNameBothSurvive)
+TEST_F(Trash, TwinsOddNamesAndLinksKeepWhatTheyAre)
 {
-    const fs::path first = home.path() / "a/notes.txt";
-    const fs::path second = home.path() / "b/notes.txt";
-    writeFile(first, "first");
-    writeFile(second, "second");
-    const auto one = trash.trashItem(first);
-    const auto two = trash.trashItem(second);
+    // Two items of one name both survive, each with its own record.
+    writeFile(home.path() / "a/notes.txt", "first");
+    writeFile(home.path() / "b/notes.txt", "second");
+    const auto one = trash.trashItem(home.path() / "a/notes.txt");
+    const auto two = trash.trashItem(home.path() / "b/notes.txt");
     ASSERT_TRUE(one.ok() && two.ok());
-    EXPECT_NE(one.trashedPath, two.trashedPath);
     EXPECT_EQ(two.trashedPath.filename(), "notes 2.txt");
-    EXPECT_EQ(readFile(one.trashedPath), "first");
-    EXPECT_EQ(readFile(two.trashedPath), "second");
+    EXPECT_EQ(readFile(one.trashedPath) + readFile(two.trashedPath), "firstsecond");
     EXPECT_NE(infoFor(two.trashedPath).find("/b/notes.txt"), std::string::npos);
-
     const ProcessRun listed = runProcess("trash-list", {});
-    EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString(first.native())));
-    EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString(second.native())));
+    EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString((home.path() / "b/notes.txt").native())));
+
+    // A name that isn't UTF-8 keeps its bytes; its record encodes them.
+    const fs::path odd = home.path() / "odd\xff\xfe name.bin";
+    writeFile(odd, "bytes");
+    const auto oddOutcome = trash.trashItem(odd);
+    ASSERT_TRUE(oddOutcome.ok()) << oddOutcome.error.toStdString();
+    EXPECT_EQ(oddOutcome.trashedPath.filename().native(), "odd\xff\xfe name.bin");
+    EXPECT_NE(infoFor(oddOutcome.trashedPath).find("odd%FF%FE%20name.bin"), std::string::npos);
+
+    // Links go as links, dangling or not, and what they point to stays.
+    writeFile(home.path() / "keep/data/file", "keep me");
+    fs::create_directory_symlink(home.path() / "keep/data", home.path() / "link-to-data");
+    fs::create_symlink(home.path() / "nowhere", home.path() / "dangling");
+    for (const char *name : {"link-to-data", "dangling"}) {
+        const auto outcome = trash.trashItem(home.path() / name);
+        ASSERT_TRUE(outcome.ok()) << outcome.error.toStdString();
+        EXPECT_TRUE(fs::is_symlink(outcome.trashedPath));
+    }
+    EXPECT_EQ(readFile(home.path() / "keep/data/file"), "keep me");
 }
 
-TEST_F(Trash, NameThatIsNotUtf8KeepsItsBytes)
+TEST_F(Trash, WhatCantGoFailsInWordsAndLeavesNoRecord)
 {
-    const fs::path original = home.path() / "odd\xff\xfe name.bin";
-    writeFile(original, "bytes");
-    const auto outcome = trash.trashItem(original);
-    ASSERT_TRUE(outcome.ok()) << outcome.error.toStdString();
-    EXPECT_EQ(outcome.trashedPath.filename().native(), "odd\xff\xfe name.bin");
-    EXPECT_NE(infoFor(outcome.trashedPath).find("odd%FF%FE%20name.bin"), std::string::npos);
-    // The Path= key decodes back to exactly the original bytes.
-    EXPECT_EQ(platform::FreedesktopTrash::encodePath(original.native()).find('\xff'), std::string::npos);
-}
-
-TEST_F(Trash, SymlinksGoAsLinksAndTheirTargetsStay)
-{
-    const fs::path target = home.path() / "keep/data";
-    writeFile(target / "file", "keep me");
-    const fs::path link = home.path() / "link-to-data";
-    const fs::path dangling = home.path() / "dangling";
-    fs::create_directory_symlink(target, link);
-    fs::create_symlink(home.path() / "nowhere", dangling);
-
-    const auto linkOutcome = trash.trashItem(link);
-    const auto danglingOutcome = trash.trashItem(dangling);
-    ASSERT_TRUE(linkOutcome.ok()) << linkOutcome.error.toStdString();
-    ASSERT_TRUE(danglingOutcome.ok()) << danglingOutcome.error.toStdString();
-    EXPECT_TRUE(fs::is_symlink(linkOutcome.trashedPath));
-    EXPECT_TRUE(fs::is_symlink(danglingOutcome.trashedPath));
-    EXPECT_EQ(readFile(target / "file"), "keep me");
-}
-
-TEST_F(Trash, VanishedItemFailsInWordsAndLeavesNoRecord)
-{
-    const auto outcome = trash.trashItem(home.path() / "not-there.txt");
-    ASSERT_FALSE(outcome.ok());
-    EXPECT_TRUE(outcome.error.contains("“not-there.txt” couldn't be moved to the Trash")) << outcome.error.toStdString();
-    EXPECT_TRUE(outcome.error.contains("It is still in its place."));
+    const auto vanished = trash.trashItem(home.path() / "not-there.txt");
+    ASSERT_FALSE(vanished.ok());
+    EXPECT_TRUE(vanished.error.contains("“not-there.txt” couldn't be moved to the Trash")) << vanished.error.toStdString();
+    EXPECT_TRUE(vanished.error.contains("It is still in its place."));
     EXPECT_TRUE(!fs::exists(home.trash() / "info") || fs::is_empty(home.trash() / "info"));
-}
 
-TEST_F(Trash, TheTrashItselfIsRefused)
-{
     writeFile(home.path() / "x", "x");
     ASSERT_TRUE(trash.trashItem(home.path() / "x").ok());
-    const auto outcome = trash.trashItem(home.trash());
-    EXPECT_FALSE(outcome.ok());
+    EXPECT_FALSE(trash.trashItem(home.trash()).ok()) << "the Trash itself";
     EXPECT_TRUE(fs::exists(home.trash() / "files/x"));
 }
 
