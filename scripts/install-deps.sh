@@ -7,7 +7,7 @@ packages=(
   qt6-base-dev qt6-declarative-dev qml6-module-qtquick-controls qml6-module-qtquick-layouts
   qml6-module-qtquick-window qml6-module-qtquick-templates qml6-module-qtqml-workerscript
   qml6-module-qtquick-dialogs qml6-module-qttest qt6-webengine-dev qcoro-qt6-dev libssl-dev
-  libgtest-dev libgmock-dev cmake ninja-build ccache g++ xvfb xauth poppler-utils trash-cli
+  libgtest-dev libgmock-dev cmake ninja-build ccache lld g++ xvfb xauth poppler-utils trash-cli
   libplist-dev libplist-utils jdupes rdfind pkg-config dbus-daemon libqt6svg6 qml6-module-qt-labs-folderlistmodel fonts-inter fonts-material-design-icons-iconfont dosfstools exfatprogs strace e2fsprogs exfat-fuse fusefat
 )
 
