@@ -132,7 +132,7 @@ Item {
             tryCompare(reveal, "visible", true)
             laidOut()
             mouseClick(reveal)
-            compare(Hooks.revealed[Hooks.revealed.length - 1], "/media/Backup/Tessoly Storage/Final Cut")
+            compare(Hooks.lastRevealed(), "/media/Backup/Tessoly Storage/Final Cut")
         }
     }
 }

@@ -104,7 +104,7 @@ Item {
             verify(!child("sliceDetails", appCaches).visible)
             laidOut()
             click(child("actionButton", trash))
-            compare(Hooks.revealed[Hooks.revealed.length - 1], Hooks.homePath() + "/.local/share/Trash")
+            compare(Hooks.lastRevealed(), Hooks.homePath() + "/.local/share/Trash")
 
             // Clean: the button spins and is closed to clicks while it works, then the
             // outcome shows beside a checkmark, in the slice's place, remeasured.
