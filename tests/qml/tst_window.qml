@@ -86,7 +86,6 @@ Item {
         function tour() { return findChild(content, "onboarding") }
         function card() { return tour().stack.currentItem }
         function button(name) { return child(name, tour().contentItem) }
-        function title() { return child("tourTitle", card()).text }
         function settle() {
             tryCompare(tour().stack, "busy", false)
             laidOut(card())
@@ -122,7 +121,7 @@ Item {
             const last = steps.length - 1
             for (let i = 0; i <= last; ++i) {
                 compare(tour().index, i)
-                compare(title(), steps[i].title)
+                compare(child("tourTitle", card()).text, steps[i].title)
                 showing({ tourBrandMark: i === 0, tourIcon: i > 0 }, card())
                 const dots = numbered("dot_", tour().contentItem)
                 compare(dots.length, steps.length)
