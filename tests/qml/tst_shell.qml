@@ -123,7 +123,7 @@ Item {
         // What each target holds here, the ticks and the sum, and a clean of the ticked ones.
         function test_profiles_ticks_sum_and_clean() {
             let view = openProfile("iosDeveloper") // nothing of it here, nothing to clean
-            verify(view.targets.every(t => child("sizeText", child("targetRow_" + t.id, view)).text === "Not present"))
+            verify(view.targets.every(t => !/\d/.test(child("sizeText", child("targetRow_" + t.id, view)).text)), "no sizes shown")
             shows({ reclaimableSum: Format.bytes(0) }, view)
             verify(!child("cleanButton", view).enabled && !child("profileGrid", view).visible)
             click(child("backToProfiles", view))
