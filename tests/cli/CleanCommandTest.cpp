@@ -18,11 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-ProcessRun runTessoly(const QStringList &arguments)
-{
-    return runProcess(QStringLiteral(TESSOLY_BINARY), arguments);
-}
-
 struct CleanCommand : ::testing::Test {
     TempHome home;
     // The npm cache of the web developer profile.

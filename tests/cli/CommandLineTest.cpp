@@ -15,12 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Runs the real tessoly executable in the test's temporary home.
-ProcessRun runTessoly(const QStringList &arguments)
-{
-    return runProcess(QStringLiteral(TESSOLY_BINARY), arguments);
-}
-
 struct Cli : ::testing::Test {
     TempHome home;
     platform::FreedesktopTrash trash{home.trash(), ::getuid()};

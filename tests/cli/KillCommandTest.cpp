@@ -26,15 +26,6 @@ int rounds()
     return wanted > 0 ? wanted : 4;
 }
 
-std::size_t entriesIn(const fs::path &folder)
-{
-    std::error_code error;
-    std::size_t count = 0;
-    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error))
-        ++count;
-    return count;
-}
-
 struct Killed : ::testing::Test {
     TempHome home;
     fs::path files() const { return home.trash() / "files"; }

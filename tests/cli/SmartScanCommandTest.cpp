@@ -17,11 +17,6 @@ namespace {
 
 constexpr qint64 GiB = 1'073'741'824;
 
-ProcessRun runTessoly(const QStringList &arguments)
-{
-    return runProcess(QStringLiteral(TESSOLY_BINARY), arguments);
-}
-
 QJsonObject targetIn(const QJsonArray &targets, const QString &id)
 {
     for (const QJsonValue &value : targets)

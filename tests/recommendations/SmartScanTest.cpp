@@ -38,19 +38,6 @@ std::vector<QString> rankedTitles(std::vector<Recommendation> cards)
     return titles;
 }
 
-// A stand-in for the snapshot tool listing `count` snapshots.
-fs::path fakeSnapshotTool(const fs::path &folder, int count)
-{
-    std::string listing = "Snapshots for disk /:\n";
-    for (int i = 0; i < count; ++i)
-        listing += "com.apple.TimeMachine.2026-11-1" + std::to_string(i) + "-010203.local\n";
-    writeFile(folder / "listing.txt", listing);
-    const fs::path tool = folder / "fake-tmutil";
-    writeFile(tool, "#!/bin/sh\n[ \"$1\" = listlocalsnapshots ] && cat '" + (folder / "listing.txt").native() + "'\nexit 0\n");
-    fs::permissions(tool, fs::perms::owner_all);
-    return tool;
-}
-
 // Every status a card went through, in order.
 struct StatusLog {
     StatusLog(SmartScanService &smart, const QUuid &id)
