@@ -16,11 +16,9 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 #include <map>
-#include <signal.h>
 #include <unistd.h>
 
 using namespace tessoly;
@@ -135,11 +133,8 @@ TEST(SharedFiles, ManyProcessesAtOnceKeepEveryEntryAndEveryValue)
 
         platform::JsonDefaultsStore defaults(home.defaultsFile());
         SettingsStore settings(defaults);
-        for (const auto &[key, value] : lastWritten) {
-            const QVariant stored = settings.value(key);
-            const QString shown = stored.typeId() == QMetaType::Bool ? (stored.toBool() ? "true" : "false") : stored.toString();
-            EXPECT_EQ(shown, value) << key.toStdString();
-        }
+        for (const auto &[key, value] : lastWritten)
+            EXPECT_EQ(settings.value(key).toString(), value) << key.toStdString(); // a bool reads "true" or "false"
     }
 }
 
@@ -154,7 +149,6 @@ TEST(SharedFiles, AProcessKilledWhileItHoldsTheLockDoesNotStopTheNext)
     writeFile(folder / "first.bin", "first");
     // LeakSanitizer can't stop the world under ptrace.
     qputenv("ASAN_OPTIONS", "detect_leaks=0");
-
     // The first clean takes the log's lock, and is killed inside the write
     // of the log (its first fsync), with the lock held.
     const ProcessRun killed = runProcess("strace", {"-f", "-qq", "-o", "/dev/null", "-e", "trace=fsync", "-e",
@@ -167,7 +161,6 @@ TEST(SharedFiles, AProcessKilledWhileItHoldsTheLockDoesNotStopTheNext)
                                          });
     EXPECT_EQ(leftovers, 1) << "the process should have died half way through writing the log";
     EXPECT_FALSE(fs::exists(home.historyFile()));
-
     // The next process goes on at once: the lock went with the killed one.
     writeFile(folder / "second.bin", "second");
     const ProcessRun next = runProcess(kTessoly, {"clean", rawValue(profile), "--only", target.id, "--json"});
@@ -193,7 +186,6 @@ TEST(SharedFiles, TheWindowFollowsWhatACommandLineDoes)
     const auto targets = separateTargets(home.path());
     const auto &[profile, target] = targets.front();
     writeFile(CleanupService::resolve(target, home.path()) / "cache.bin", std::string(8000, 'c'));
-
     // A clean from a terminal: the window's log and its History page show it.
     QSignalSpy changed(&history, &CleanupHistoryStore::entriesChanged);
     const ProcessRun clean = runProcess(kTessoly, {"clean", rawValue(profile), "--only", target.id, "--json"});
@@ -203,14 +195,11 @@ TEST(SharedFiles, TheWindowFollowsWhatACommandLineDoes)
     ASSERT_EQ(history.entries().size(), 1u);
     EXPECT_EQ(history.entries().front().id, QUuid(id));
     EXPECT_EQ(app.historyModel()->rowCount(), 1);
-    EXPECT_EQ(app.historyModel()->operations(), 1);
-
     // A setting changed from a terminal reaches the bound property.
     QSignalSpy deleteChanged(app.settings(), &SettingsStore::deleteImmediatelyChanged);
     ASSERT_EQ(runProcess(kTessoly, {"settings", "TessolySettings.deleteImmediately", "true"}).exitCode, 0);
     ASSERT_TRUE(deleteChanged.wait(20000));
     EXPECT_TRUE(app.settings()->deleteImmediately());
-
     // The window's own next writes keep what the command line wrote.
     app.settings()->setLowDiskThresholdPercent(70);
     EXPECT_EQ(history.append(CleanupHistoryEntry::make(CleanupHistoryEntry::Kind::BigFileTrash, "window's", 1, {})), "");

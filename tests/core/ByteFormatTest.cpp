@@ -5,7 +5,7 @@
 
 using namespace tessoly;
 
-TEST(ByteFormat, DecimalUnitsWithUnitDigits)
+TEST(ByteFormat, DecimalUnitsWithUnitDigitsSplitAtTheBlank)
 {
     EXPECT_EQ(formatBytes(0), "Zero KB");
     EXPECT_EQ(formatBytes(1), "1 KB");
@@ -19,10 +19,7 @@ TEST(ByteFormat, DecimalUnitsWithUnitDigits)
     EXPECT_EQ(formatBytes(2'000'000'000), "2 GB");
     EXPECT_EQ(formatBytes(3'456'789'000'000), "3,456.79 GB"); // no TB
     EXPECT_EQ(formatBytes(-1'500'000), "-1.5 MB");
-}
-
-TEST(ByteFormat, SplitsAtTheBlank)
-{
+    // Split at the blank.
     const auto split = splitFormattedSize(formatBytes(85'070'000'000));
     EXPECT_EQ(split.number, "85.07");
     EXPECT_EQ(split.unit, "GB");

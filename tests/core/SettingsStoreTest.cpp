@@ -19,7 +19,7 @@ struct Settings : ::testing::Test {
 
 } // namespace
 
-TEST_F(Settings, FreshInstallationReadsDefaultsAndWritesNothing)
+TEST_F(Settings, FreshInstallationWritesNothingAndStoredValuesSurviveRestarts)
 {
     platform::JsonDefaultsStore defaults(file);
     SettingsStore settings(defaults);
@@ -28,45 +28,25 @@ TEST_F(Settings, FreshInstallationReadsDefaultsAndWritesNothing)
     EXPECT_FALSE(settings.autopilotEnabled() || settings.autoCleanupEnabled());
     EXPECT_TRUE(settings.isSimpleMode());
     EXPECT_FALSE(std::filesystem::exists(file));
-}
-
-TEST_F(Settings, InstallationFromBeforeTheEasyScreenKeepsTheFullApp)
-{
+    // An installation from before the Easy screen keeps the full app.
+    platform::JsonDefaultsStore(file).set("TessolySettings.notificationsEnabled", true);
+    platform::JsonDefaultsStore older(file);
+    EXPECT_FALSE(SettingsStore(older).isSimpleMode());
+    // Stored false and zero are respected across restarts.
     {
-        platform::JsonDefaultsStore defaults(file);
-        defaults.set("TessolySettings.notificationsEnabled", true);
-    }
-    platform::JsonDefaultsStore defaults(file);
-    SettingsStore settings(defaults);
-    EXPECT_EQ(settings.interfaceMode(), "advanced");
-    EXPECT_FALSE(settings.isSimpleMode());
-}
-
-TEST_F(Settings, StoredFalseAndZeroAreRespectedAcrossRestarts)
-{
-    {
-        platform::JsonDefaultsStore defaults(file);
-        SettingsStore settings(defaults);
-        QSignalSpy spy(&settings, &SettingsStore::notificationsEnabledChanged);
-        settings.setNotificationsEnabled(false);
-        settings.setAutopilotMinFreeGB(0);
-        settings.setInterfaceMode("something else");
+        SettingsStore changed(older);
+        QSignalSpy spy(&changed, &SettingsStore::notificationsEnabledChanged);
+        changed.setNotificationsEnabled(false);
+        changed.setAutopilotMinFreeGB(0);
+        changed.setInterfaceMode("something else");
         EXPECT_EQ(spy.count(), 1);
     }
-    platform::JsonDefaultsStore defaults(file);
-    SettingsStore settings(defaults);
-    EXPECT_FALSE(settings.notificationsEnabled());
-    EXPECT_EQ(settings.autopilotMinFreeGB(), 0);
-    EXPECT_EQ(settings.interfaceMode(), "something else");
-    EXPECT_FALSE(settings.isSimpleMode()); // only the exact "simple" picks the Easy screen
-}
-
-TEST_F(Settings, UnknownFrequencyReadsWeekly)
-{
-    writeFile(file, R"({"TessolySettings.autoCleanupFrequency": {"string": "yearly"}})");
-    platform::JsonDefaultsStore defaults(file);
-    SettingsStore settings(defaults);
-    EXPECT_EQ(settings.autoCleanupFrequency(), "weekly");
+    platform::JsonDefaultsStore reread(file);
+    SettingsStore restarted(reread);
+    EXPECT_FALSE(restarted.notificationsEnabled());
+    EXPECT_EQ(restarted.autopilotMinFreeGB(), 0);
+    EXPECT_EQ(restarted.interfaceMode(), "something else");
+    EXPECT_FALSE(restarted.isSimpleMode()); // only the exact "simple" picks the Easy screen
 }
 
 TEST_F(Settings, WronglyTypedValuesReadAsDefaultsAndStayInPlace)
@@ -78,6 +58,7 @@ TEST_F(Settings, WronglyTypedValuesReadAsDefaultsAndStayInPlace)
         "TessolySettings.externalDriveMinFreeGB": {"int": 3000000000},
         "TessolySettings.interfaceMode": {"bool": true},
         "TessolySettings.showMenubarIcon": "false",
+        "TessolySettings.autoCleanupFrequency": {"string": "yearly"},
         "TessolyAutopilot.lastRunAt": {"int": 1e300}
     })";
     writeFile(file, content);
@@ -89,6 +70,7 @@ TEST_F(Settings, WronglyTypedValuesReadAsDefaultsAndStayInPlace)
     EXPECT_EQ(settings.externalDriveMinFreeGB(), 10); // too big for an int: not wrapped to a negative
     EXPECT_FALSE(defaults.integerValue("TessolyAutopilot.lastRunAt").has_value()); // beyond 64 bits
     EXPECT_TRUE(settings.showMenubarIcon());
+    EXPECT_EQ(settings.autoCleanupFrequency(), "weekly");
     // The interface mode key is present (if unusable), so this is no upgrade: "simple".
     EXPECT_EQ(settings.interfaceMode(), "simple");
     EXPECT_EQ(readFile(file), content);

@@ -1,14 +1,13 @@
-#include "core/DefaultsKeys.h"
 #include "MovesSupport.h"
+#include "core/DefaultsKeys.h"
+#include "moves/SymlinkInventory.h"
 
 #include <QCryptographicHash>
 #include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 #include <map>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace tessoly::test {
 namespace fs = std::filesystem;
@@ -86,31 +85,16 @@ LoopDrive::~LoopDrive()
 
 bool LoopDrive::makeFileSystem()
 {
+    const bool ext4 = m_fileSystem.starts_with("ext4");
+    const QString program = ext4 ? QStringLiteral("mkfs.ext4") : "mkfs." + QString::fromStdString(m_fileSystem);
     QStringList arguments;
-    QString program;
-    if (m_fileSystem == "ext4" || m_fileSystem == "ext4-1k") {
-        program = "mkfs.ext4";
-        arguments << "-q"
-                  << "-F"
-                  << "-b"
-                  << (m_fileSystem == "ext4" ? "4096" : "1024")
-                  << "-i"
-                  << "4096" // an inode per block-sized file, so a test can fill a drive with small files
-                  << "-E"
+    // An inode per 4 KiB, so that a test can fill a drive with small files.
+    if (ext4)
+        arguments << "-q" << "-F" << "-b" << (m_fileSystem == "ext4" ? "4096" : "1024") << "-i" << "4096" << "-E"
                   << "lazy_itable_init=1,nodiscard";
-        if (!m_label.empty())
-            arguments << "-L" << QString::fromStdString(m_label);
-    } else if (m_fileSystem == "vfat") {
-        program = "mkfs.vfat";
-        if (!m_label.empty())
-            arguments << "-n" << QString::fromStdString(m_label);
-    } else {
-        program = "mkfs." + QString::fromStdString(m_fileSystem);
-        if (!m_label.empty())
-            arguments << "-L" << QString::fromStdString(m_label);
-    }
-    arguments << q(m_image);
-    const ProcessRun made = runProcess(program, arguments);
+    if (!m_label.empty())
+        arguments << (m_fileSystem == "vfat" ? "-n" : "-L") << QString::fromStdString(m_label);
+    const ProcessRun made = runProcess(program, arguments << q(m_image));
     if (made.exitCode != 0)
         m_error = program.toStdString() + " failed: " + made.err.toStdString();
     return made.exitCode == 0;
@@ -176,50 +160,41 @@ bool LoopDrive::reformat()
 
 std::string treeSignature(const fs::path &root)
 {
-    std::vector<std::pair<std::string, std::string>> lines;
-    std::map<std::pair<dev_t, ino_t>, std::string> firstName;
-    const std::function<void(const fs::path &, const std::string &)> visit
-        = [&](const fs::path &path, const std::string &relative) {
-              struct stat st { };
-              if (::lstat(path.c_str(), &st) != 0) {
-                  lines.emplace_back(relative, escaped(relative) + " unreadable");
-                  return;
-              }
-              std::string line = escaped(relative) + " mode=" + std::to_string(st.st_mode)
-                  + " mtime=" + std::to_string(qint64(st.st_mtim.tv_sec) * 1'000'000'000 + st.st_mtim.tv_nsec);
-              if (S_ISREG(st.st_mode)) {
-                  const std::string content = readFile(path);
-                  line += " size=" + std::to_string(st.st_size) + " read=" + std::to_string(content.size()) + " sha="
-                      + QCryptographicHash::hash(QByteArray::fromStdString(content), QCryptographicHash::Sha256)
-                            .toHex()
-                            .toStdString();
-                  if (st.st_nlink > 1) {
-                      const auto [it, fresh] = firstName.emplace(std::pair{st.st_dev, st.st_ino}, relative);
-                      line += " links=" + std::to_string(st.st_nlink)
-                          + (fresh ? std::string() : " same-as=" + escaped(it->second));
-                  }
-              } else if (S_ISLNK(st.st_mode)) {
-                  std::error_code error;
-                  line += " -> " + escaped(fs::read_symlink(path, error).native());
-              } else if (S_ISDIR(st.st_mode)) {
-                  std::vector<std::string> names;
-                  std::error_code error;
-                  for (const fs::directory_entry &entry : fs::directory_iterator(path, error))
-                      names.push_back(entry.path().filename().native());
-                  if (error)
-                      line += " unlistable";
-                  std::sort(names.begin(), names.end());
-                  lines.emplace_back(relative, line);
-                  for (const std::string &name : names)
-                      visit(path / name, relative == "." ? name : relative + "/" + name);
-                  return;
-              }
-              lines.emplace_back(relative, line);
-          };
-    visit(root, ".");
     std::string out;
-    for (const auto &[relative, line] : lines)
-        out += line + "\n";
+    std::map<std::pair<dev_t, ino_t>, std::string> firstName;
+    const std::function<void(const fs::path &, const std::string &)> visit = [&](const fs::path &path,
+                                                                                 const std::string &relative) {
+        struct stat st{};
+        out += escaped(relative);
+        if (::lstat(path.c_str(), &st) != 0) {
+            out += " unreadable\n";
+            return;
+        }
+        out += " mode=" + std::to_string(st.st_mode)
+            + " mtime=" + std::to_string(qint64(st.st_mtim.tv_sec) * 1'000'000'000 + st.st_mtim.tv_nsec);
+        std::vector<std::string> names;
+        std::error_code error;
+        if (S_ISREG(st.st_mode)) {
+            const std::string content = readFile(path);
+            out += " size=" + std::to_string(st.st_size) + " read=" + std::to_string(content.size()) + " sha="
+                + QCryptographicHash::hash(QByteArray::fromStdString(content), QCryptographicHash::Sha256).toHex().toStdString();
+            if (st.st_nlink > 1) {
+                const auto [it, fresh] = firstName.emplace(std::pair{st.st_dev, st.st_ino}, relative);
+                out += " links=" + std::to_string(st.st_nlink) + (fresh ? std::string() : " same-as=" + escaped(it->second));
+            }
+        } else if (S_ISLNK(st.st_mode)) {
+            out += " -> " + escaped(fs::read_symlink(path, error).native());
+        } else if (S_ISDIR(st.st_mode)) {
+            for (const fs::directory_entry &entry : fs::directory_iterator(path, error))
+                names.push_back(entry.path().filename().native());
+            out += error ? " unlistable" : "";
+            std::sort(names.begin(), names.end());
+        }
+        out += "\n";
+        for (const std::string &name : names)
+            visit(path / name, relative == "." ? name : relative + "/" + name);
+    };
+    visit(root, ".");
     return out;
 }
 
@@ -227,69 +202,6 @@ void setModified(const fs::path &path, qint64 secondsSinceEpoch, long nanosecond
 {
     const struct timespec times[2] = {{secondsSinceEpoch, nanoseconds}, {secondsSinceEpoch, nanoseconds}};
     ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW);
-}
-
-QCoro::Task<std::optional<fs::path>> ScriptedPrompter::chooseFolder(platform::OpenPanelRequest request)
-{
-    panels.push_back(request);
-    std::optional<fs::path> answer;
-    if (!folders.empty()) {
-        answer = folders.front();
-        folders.pop_front();
-    }
-    co_return answer;
-}
-
-QCoro::Task<int> ScriptedPrompter::alert(platform::AlertRequest request)
-{
-    alerts.push_back(request);
-    int answer = static_cast<int>(request.buttons.size()) - 1;
-    if (!buttons.empty()) {
-        answer = buttons.front();
-        buttons.pop_front();
-    }
-    co_return answer;
-}
-
-QString HookedOperations::copyItem(const fs::path &source, const fs::path &target)
-{
-    return onCopy ? onCopy(source, target) : realCopy(source, target);
-}
-
-QString HookedOperations::moveItem(const fs::path &source, const fs::path &target)
-{
-    return onMove ? onMove(source, target) : MoveFileOperations::moveItem(source, target);
-}
-
-QString HookedOperations::removeItem(const fs::path &path)
-{
-    return onRemove ? onRemove(path) : realRemove(path);
-}
-
-platform::TrashOutcome HookedOperations::trashItem(const fs::path &path, const platform::Trash::BeforeMove &beforeMove)
-{
-    if (onTrash)
-        if (std::optional<platform::TrashOutcome> outcome = onTrash(path))
-            return *outcome;
-    return realTrash(path, beforeMove);
-}
-
-QString HookedOperations::createSymbolicLink(const fs::path &at, const fs::path &target)
-{
-    return onSymlink ? onSymlink(at, target) : MoveFileOperations::createSymbolicLink(at, target);
-}
-
-std::optional<qint64> HookedOperations::freeSpace(const fs::path &path) const
-{
-    return onFreeSpace ? onFreeSpace(path) : MoveFileOperations::freeSpace(path);
-}
-
-qint64 HookedOperations::allocatedSize(const fs::path &path) const
-{
-    if (onSize)
-        if (const std::optional<qint64> size = onSize(path))
-            return *size;
-    return MoveFileOperations::allocatedSize(path);
 }
 
 GrantedDestinations::GrantedDestinations(const fs::path &defaultsFile, const fs::path &grantedFolder)
@@ -301,6 +213,23 @@ GrantedDestinations::GrantedDestinations(const fs::path &defaultsFile, const fs:
                                QVariantMap{{QStringLiteral("granted"), *grant}});
     }
     store.reload();
+}
+
+MoveProgress MoveHome::move(const fs::path &source, const fs::path &storage, bool deleteImmediately)
+{
+    events.clear();
+    runTask(mover.move(source, storage, deleteImmediately, [this](const MoveProgress &p) { events.push_back(p); }));
+    return events.empty() ? MoveProgress{} : events.back();
+}
+
+std::optional<BringBackError> MoveHome::bringBackNewest(const fs::path &granted)
+{
+    GrantedDestinations destinations(home.defaultsFile(), granted);
+    SymlinkInventory inventory(history, operations, destinations.store, home.path());
+    inventory.refresh();
+    if (inventory.records().empty())
+        return BringBackError{BringBackError::Kind::ExternalMissing, QStringLiteral("no moved item is recorded")};
+    return runTask(inventory.bringBack(inventory.records().front()));
 }
 
 bool isPendingName(const fs::path &path)

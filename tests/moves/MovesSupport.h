@@ -1,20 +1,23 @@
 #pragma once
 
 #include "TestSupport.h"
+#include "history/CleanupHistoryStore.h"
 #include "moves/ExternalDestinationStore.h"
+#include "moves/FolderMover.h"
 #include "moves/MoveFileOperations.h"
-#include "moves/MoveTypes.h"
 #include "platform/Prompter.h"
 #include "platform/Revealer.h"
+#include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonDefaultsStore.h"
+#include "platform/linux/LinuxPlatform.h"
 
-#include <QStringList>
 #include <deque>
-#include <filesystem>
-#include <functional>
-#include <optional>
-#include <string>
-#include <vector>
+#include <unistd.h>
+
+// Skips a test that needs loop-mounted drives where mounting isn't permitted.
+#define SKIP_UNLESS_MOUNTABLE()                                                                                        \
+    if (!::tessoly::test::canMount())                                                                                  \
+    GTEST_SKIP() << "mounting isn't permitted here (needs root with mount rights); CI runs this as root"
 
 namespace tessoly::test {
 
@@ -85,8 +88,23 @@ public:
     std::vector<platform::OpenPanelRequest> panels;
     std::vector<platform::AlertRequest> alerts;
 
-    QCoro::Task<std::optional<std::filesystem::path>> chooseFolder(platform::OpenPanelRequest request) override;
-    QCoro::Task<int> alert(platform::AlertRequest request) override;
+    QCoro::Task<std::optional<std::filesystem::path>> chooseFolder(platform::OpenPanelRequest request) override
+    {
+        panels.push_back(request);
+        const std::optional<std::filesystem::path> answer = folders.empty() ? std::nullopt : folders.front();
+        if (!folders.empty())
+            folders.pop_front();
+        co_return answer;
+    }
+    // Unscripted alerts take the last button.
+    QCoro::Task<int> alert(platform::AlertRequest request) override
+    {
+        alerts.push_back(request);
+        const int answer = buttons.empty() ? static_cast<int>(request.buttons.size()) - 1 : buttons.front();
+        if (!buttons.empty())
+            buttons.pop_front();
+        co_return answer;
+    }
 };
 
 class RecordingRevealer final : public platform::Revealer {
@@ -111,33 +129,65 @@ struct GrantedDestinations {
 class HookedOperations : public MoveFileOperations {
 public:
     using MoveFileOperations::MoveFileOperations;
+    using Path = std::filesystem::path;
+    template <typename T>
+    using Hook = std::function<std::optional<T>(const Path &)>; // nullopt: the real operation
 
-    std::function<QString(const std::filesystem::path &, const std::filesystem::path &)> onCopy;
-    std::function<QString(const std::filesystem::path &, const std::filesystem::path &)> onMove;
-    std::function<QString(const std::filesystem::path &)> onRemove;
-    std::function<std::optional<platform::TrashOutcome>(const std::filesystem::path &)> onTrash;
-    std::function<QString(const std::filesystem::path &, const std::filesystem::path &)> onSymlink;
-    std::function<std::optional<qint64>(const std::filesystem::path &)> onFreeSpace;
-    std::function<std::optional<qint64>(const std::filesystem::path &)> onSize;
+    std::function<QString(const Path &, const Path &)> onCopy, onMove, onSymlink;
+    std::function<QString(const Path &)> onRemove;
+    Hook<platform::TrashOutcome> onTrash;
+    Hook<qint64> onFreeSpace, onSize;
 
-    QString copyItem(const std::filesystem::path &source, const std::filesystem::path &target) override;
-    QString moveItem(const std::filesystem::path &source, const std::filesystem::path &target) override;
-    QString removeItem(const std::filesystem::path &path) override;
-    platform::TrashOutcome trashItem(const std::filesystem::path &path, const platform::Trash::BeforeMove &beforeMove) override;
-    QString createSymbolicLink(const std::filesystem::path &at, const std::filesystem::path &target) override;
-    std::optional<qint64> freeSpace(const std::filesystem::path &path) const override;
-    qint64 allocatedSize(const std::filesystem::path &path) const override;
+    QString copyItem(const Path &from, const Path &to) override { return onCopy ? onCopy(from, to) : realCopy(from, to); }
+    QString moveItem(const Path &from, const Path &to) override
+    {
+        return onMove ? onMove(from, to) : MoveFileOperations::moveItem(from, to);
+    }
+    QString removeItem(const Path &path) override { return onRemove ? onRemove(path) : realRemove(path); }
+    platform::TrashOutcome trashItem(const Path &path, const platform::Trash::BeforeMove &beforeMove) override
+    {
+        const std::optional<platform::TrashOutcome> outcome = onTrash ? onTrash(path) : std::nullopt;
+        return outcome ? *outcome : realTrash(path, beforeMove);
+    }
+    QString createSymbolicLink(const Path &at, const Path &target) override
+    {
+        return onSymlink ? onSymlink(at, target) : MoveFileOperations::createSymbolicLink(at, target);
+    }
+    std::optional<qint64> freeSpace(const Path &path) const override
+    {
+        return onFreeSpace ? onFreeSpace(path) : MoveFileOperations::freeSpace(path);
+    }
+    qint64 allocatedSize(const Path &path) const override
+    {
+        const std::optional<qint64> size = onSize ? onSize(path) : std::nullopt;
+        return size ? *size : MoveFileOperations::allocatedSize(path);
+    }
 
     // The real operations, for hooks that add to them.
-    QString realCopy(const std::filesystem::path &source, const std::filesystem::path &target)
-    {
-        return MoveFileOperations::copyItem(source, target);
-    }
-    QString realRemove(const std::filesystem::path &path) { return MoveFileOperations::removeItem(path); }
-    platform::TrashOutcome realTrash(const std::filesystem::path &path, const platform::Trash::BeforeMove &beforeMove = {})
+    QString realCopy(const Path &from, const Path &to) { return MoveFileOperations::copyItem(from, to); }
+    QString realRemove(const Path &path) { return MoveFileOperations::removeItem(path); }
+    platform::TrashOutcome realTrash(const Path &path, const platform::Trash::BeforeMove &beforeMove = {})
     {
         return MoveFileOperations::trashItem(path, beforeMove);
     }
+};
+
+// A home with its Trash and log, file operations a test may hook (none set:
+// the real ones) and the mover on them.
+struct MoveHome {
+    TempHome home;
+    platform::FreedesktopTrash trash{home.trash(), ::getuid()};
+    platform::StatvfsVolumeInfo volumes;
+    HookedOperations operations{trash, volumes};
+    CleanupHistoryStore history{home.historyFile(), trash};
+    FolderMover mover{operations, history, home.path()};
+    std::vector<MoveProgress> events; // of the last move
+
+    // Moves `source` into the folder `storage`; the last event.
+    MoveProgress move(const std::filesystem::path &source, const std::filesystem::path &storage,
+        bool deleteImmediately = false);
+    // Brings back the newest moved item, with the folder `granted` granted.
+    std::optional<BringBackError> bringBackNewest(const std::filesystem::path &granted);
 };
 
 // Whether a name is the hidden staging name of an original during a move.

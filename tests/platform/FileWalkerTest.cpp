@@ -1,12 +1,10 @@
 #include "TestSupport.h"
 #include "platform/FileWalker.h"
 
-#include <atomic>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <set>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace tessoly;
 using namespace tessoly::test;
@@ -19,10 +17,8 @@ qint64 findTotal(const fs::path &root)
 {
     const ProcessRun run = runProcess("find", {QString::fromStdString(root.native()), "-type", "f", "-printf", "%b\\n"});
     qint64 total = 0;
-    for (const QByteArray &line : run.out.split('\n')) {
-        if (!line.isEmpty())
-            total += line.toLongLong() * 512;
-    }
+    for (const QByteArray &line : run.out.split('\n'))
+        total += line.toLongLong() * 512; // an empty line reads as 0
     return total;
 }
 
@@ -51,7 +47,7 @@ struct Tree : ::testing::Test {
 
 } // namespace
 
-TEST_F(Tree, TotalIsWhatFindCountsAndLinksAreNeverFollowed)
+TEST_F(Tree, TotalsAreWhatFindCountsLinksAreNeverFollowedAndOptionsLeaveOutWhatTheyName)
 {
     const platform::WalkTotals totals = platform::walkTree(root);
     EXPECT_EQ(totals.allocatedBytes, findTotal(root));
@@ -59,21 +55,14 @@ TEST_F(Tree, TotalIsWhatFindCountsAndLinksAreNeverFollowed)
     EXPECT_GT(totals.allocatedBytes, 0);
     EXPECT_EQ(platform::walkTree(root, {.threads = 1}).allocatedBytes, totals.allocatedBytes);
     EXPECT_EQ(platform::walkTree(root, {.threads = 7}).allocatedBytes, totals.allocatedBytes);
-}
-
-TEST_F(Tree, RootsThatAreNotFolders)
-{
-    const auto totals = platform::walkTrees({root / "a.txt", root / "link-to-outside", root / "missing", root / "fifo", root});
-    EXPECT_EQ(totals[0].allocatedBytes, findTotal(root / "a.txt"));
-    EXPECT_EQ(totals[1].allocatedBytes, 0); // a symlink root counts 0
-    EXPECT_EQ(totals[2].allocatedBytes, 0);
-    EXPECT_EQ(totals[3].allocatedBytes, 0);
-    EXPECT_EQ(totals[4].allocatedBytes, findTotal(root));
-}
-
-TEST_F(Tree, OptionsLeaveOutWhatTheyName)
-{
-    const qint64 all = platform::walkTree(root).allocatedBytes;
+    // Roots that aren't folders: a file counts itself; a symlink, nothing and a fifo count 0.
+    const auto roots = platform::walkTrees({root / "a.txt", root / "link-to-outside", root / "missing", root / "fifo", root});
+    std::vector<qint64> sizes;
+    for (const platform::WalkTotals &each : roots)
+        sizes.push_back(each.allocatedBytes);
+    EXPECT_EQ(sizes, (std::vector<qint64>{findTotal(root / "a.txt"), 0, 0, 0, totals.allocatedBytes}));
+    // Options leave out what they name.
+    const qint64 all = totals.allocatedBytes;
     const qint64 hidden = findTotal(root / ".hidden");
     const qint64 package = findTotal(root / "Photos Library.photoslibrary");
     EXPECT_EQ(platform::walkTree(root, {.skipHidden = true}).allocatedBytes, all - hidden);
@@ -82,10 +71,7 @@ TEST_F(Tree, OptionsLeaveOutWhatTheyName)
     platform::WalkOptions skipDeep;
     skipDeep.skipDescendants = [](const std::string &folder) { return folder.ends_with("/deep"); };
     EXPECT_EQ(platform::walkTree(root, skipDeep).allocatedBytes, all - findTotal(root / "deep"));
-}
-
-TEST_F(Tree, EachFileIsReportedOnceWithItsDetails)
-{
+    // Each file is reported once, with its details.
     std::mutex mutex;
     std::multiset<std::string> seen;
     platform::WalkOptions options;
@@ -108,8 +94,7 @@ TEST(FileWalker, VisibleEntriesAndPackages)
     writeFile(home.path() / "folder/.hidden", "h");
     writeFile(home.path() / "folder/visible", "v");
     fs::create_directory(home.path() / "folder/sub");
-    const auto entries = platform::listVisibleEntries(home.path() / "folder");
-    EXPECT_EQ(entries.size(), 2u);
+    EXPECT_EQ(platform::listVisibleEntries(home.path() / "folder").size(), 2u);
     EXPECT_TRUE(platform::listVisibleEntries(home.path() / "missing").empty());
     EXPECT_TRUE(platform::isPackageName("Xcode.app"));
     EXPECT_TRUE(platform::isPackageName("Final Cut Library.fcpbundle"));

@@ -54,7 +54,6 @@ TEST(Locations, FollowTheXdgVariablesAndUserDirectories)
     EXPECT_EQ(platform::locate("Movies", h), h / "Videos");
     EXPECT_EQ(platform::locate("Downloads", h), fs::path("/srv/downloads"));
     EXPECT_EQ(platform::locate("Music", h), h / "Music"); // set to the home folder: not used
-
     // Two places: the first that exists.
     EXPECT_EQ(platform::locateAll("AndroidSDK", h), (std::vector<fs::path>{h / "AndroidSDK", h / "Android/Sdk"}));
     fs::create_directories(h / "Android/Sdk");

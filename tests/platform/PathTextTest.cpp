@@ -4,7 +4,7 @@
 
 using namespace tessoly;
 
-TEST(PathText, EveryByteSurvivesTheRoundTrip)
+TEST(PathText, EveryByteSurvivesTheRoundTripAndTheHomeIsShortenedForDisplay)
 {
     const std::string names[] = {
         "/home/a/plain.txt",
@@ -17,10 +17,7 @@ TEST(PathText, EveryByteSurvivesTheRoundTrip)
         const std::filesystem::path original(name);
         EXPECT_EQ(textToPath(pathToText(original)).native(), name);
     }
-}
-
-TEST(PathText, HomeIsShortenedForDisplay)
-{
+    // Shortened for display.
     EXPECT_EQ(abbreviateHome("/home/ann/Library/Caches", "/home/ann"), "~/Library/Caches");
     EXPECT_EQ(abbreviateHome("/home/ann", "/home/ann"), "~");
     EXPECT_EQ(abbreviateHome("/home/annex/file", "/home/ann"), "/home/annex/file");

@@ -48,7 +48,6 @@ TEST(PlaceGuard, RemovalStaysStrictlyInsideTheHomeAndAwayFromPersonalFolders)
         } else {
             EXPECT_FALSE(guarded.allowed());
             EXPECT_TRUE(guarded.refusal.contains(QString::fromUtf8(c.refusal))) << guarded.refusal.toStdString();
-            EXPECT_TRUE(guarded.refusal.endsWith("nothing in it was touched.")) << guarded.refusal.toStdString();
             EXPECT_TRUE(guarded.resolved.empty());
         }
     }
@@ -76,7 +75,6 @@ TEST(PlaceGuard, SearchRootsFollowLinksOnlyToTheUsersOwnFolders)
         << judged("Documents").refusal.toStdString();
     EXPECT_TRUE(judged("Desktop").refusal.contains("is a system folder"));
     EXPECT_TRUE(judged("code").refusal.contains("your home folder or holds it"));
-
     // A folder of another user (root can make one) is never searched.
     if (::getuid() == 0) {
         fs::create_directories(disk.path() / "theirs");

@@ -1,8 +1,6 @@
 #include "TestSupport.h"
-#include "platform/PathText.h"
 #include "platform/linux/FreedesktopTrash.h"
 
-#include <QDir>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <unistd.h>
@@ -46,7 +44,7 @@ struct TmpfsMount {
 
 } // namespace
 
-TEST_F(Trash, TrashCliListsAndRestoresWhatWeTrashed)
+TEST_F(Trash, TrashCliRestoresWhatWeTrashedAndTwinsOddNamesAndLinksKeepWhatTheyAre)
 {
     const fs::path original = home.path() / "Documents/Quarterly report.txt";
     writeFile(original, "numbers");
@@ -67,10 +65,6 @@ TEST_F(Trash, TrashCliListsAndRestoresWhatWeTrashed)
     ASSERT_EQ(restored.exitCode, 0) << restored.err.toStdString();
     EXPECT_EQ(readFile(original), "numbers");
     EXPECT_FALSE(fs::exists(outcome.trashedPath));
-}
-
-TEST_F(Trash, TwinsOddNamesAndLinksKeepWhatTheyAre)
-{
     // Two items of one name both survive, each with its own record.
     writeFile(home.path() / "a/notes.txt", "first");
     writeFile(home.path() / "b/notes.txt", "second");
@@ -80,9 +74,7 @@ TEST_F(Trash, TwinsOddNamesAndLinksKeepWhatTheyAre)
     EXPECT_EQ(two.trashedPath.filename(), "notes 2.txt");
     EXPECT_EQ(readFile(one.trashedPath) + readFile(two.trashedPath), "firstsecond");
     EXPECT_NE(infoFor(two.trashedPath).find("/b/notes.txt"), std::string::npos);
-    const ProcessRun listed = runProcess("trash-list", {});
-    EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString((home.path() / "b/notes.txt").native())));
-
+    EXPECT_TRUE(runProcess("trash-list", {}).out.contains(QByteArray::fromStdString((home.path() / "b/notes.txt").native())));
     // A name that isn't UTF-8 keeps its bytes; its record encodes them.
     const fs::path odd = home.path() / "odd\xff\xfe name.bin";
     writeFile(odd, "bytes");
@@ -90,34 +82,19 @@ TEST_F(Trash, TwinsOddNamesAndLinksKeepWhatTheyAre)
     ASSERT_TRUE(oddOutcome.ok()) << oddOutcome.error.toStdString();
     EXPECT_EQ(oddOutcome.trashedPath.filename().native(), "odd\xff\xfe name.bin");
     EXPECT_NE(infoFor(oddOutcome.trashedPath).find("odd%FF%FE%20name.bin"), std::string::npos);
-
     // Links go as links, dangling or not, and what they point to stays.
     writeFile(home.path() / "keep/data/file", "keep me");
     fs::create_directory_symlink(home.path() / "keep/data", home.path() / "link-to-data");
     fs::create_symlink(home.path() / "nowhere", home.path() / "dangling");
     for (const char *name : {"link-to-data", "dangling"}) {
-        const auto outcome = trash.trashItem(home.path() / name);
-        ASSERT_TRUE(outcome.ok()) << outcome.error.toStdString();
-        EXPECT_TRUE(fs::is_symlink(outcome.trashedPath));
+        const auto link = trash.trashItem(home.path() / name);
+        ASSERT_TRUE(link.ok()) << link.error.toStdString();
+        EXPECT_TRUE(fs::is_symlink(link.trashedPath));
     }
     EXPECT_EQ(readFile(home.path() / "keep/data/file"), "keep me");
 }
 
-TEST_F(Trash, WhatCantGoFailsInWordsAndLeavesNoRecord)
-{
-    const auto vanished = trash.trashItem(home.path() / "not-there.txt");
-    ASSERT_FALSE(vanished.ok());
-    EXPECT_TRUE(vanished.error.contains("“not-there.txt” couldn't be moved to the Trash")) << vanished.error.toStdString();
-    EXPECT_TRUE(vanished.error.contains("It is still in its place."));
-    EXPECT_TRUE(!fs::exists(home.trash() / "info") || fs::is_empty(home.trash() / "info"));
-
-    writeFile(home.path() / "x", "x");
-    ASSERT_TRUE(trash.trashItem(home.path() / "x").ok());
-    EXPECT_FALSE(trash.trashItem(home.trash()).ok()) << "the Trash itself";
-    EXPECT_TRUE(fs::exists(home.trash() / "files/x"));
-}
-
-TEST_F(Trash, ItemOnAnotherVolumeGoesToThatVolumesTrash)
+TEST_F(Trash, ItemOnAnotherVolumeGoesToThatVolumesTrashAndStaysWhenItIsReadOnly)
 {
     if (!canMount())
         GTEST_SKIP() << "mounting is not permitted here; the per-volume Trash is tested where it is (CI runs as root)";
@@ -132,44 +109,38 @@ TEST_F(Trash, ItemOnAnotherVolumeGoesToThatVolumesTrash)
     EXPECT_EQ(outcome.trashedPath, volumeTrash / "files/big.iso");
     EXPECT_NE(infoFor(outcome.trashedPath).find("Path=Projects/big.iso\n"), std::string::npos); // relative to the top
     EXPECT_EQ(fs::status(volumeTrash).permissions() & fs::perms::all, fs::perms::owner_all);
-
     // A shared ".Trash" without the sticky bit is no shared Trash: anyone could
     // swap its folders, so items keep going to the user's own.
-    fs::create_directories(volume.point / ".Trash" / std::to_string(::getuid()));
+    const fs::path shared = volume.point / ".Trash" / std::to_string(::getuid());
+    fs::create_directories(shared);
     fs::permissions(volume.point / ".Trash", fs::perms::all);
     writeFile(volume.point / "second.iso", "iso");
     EXPECT_EQ(trash.trashItem(volume.point / "second.iso").trashedPath, volumeTrash / "files/second.iso");
     fs::permissions(volume.point / ".Trash", fs::perms::sticky_bit, fs::perm_options::add);
     writeFile(volume.point / "third.iso", "iso");
-    EXPECT_EQ(trash.trashItem(volume.point / "third.iso").trashedPath,
-              volume.point / ".Trash" / std::to_string(::getuid()) / "files/third.iso");
-}
-
-TEST_F(Trash, ReadOnlyVolumeFailsCleanlyAndTheItemStays)
-{
-    if (!canMount())
-        GTEST_SKIP() << "mounting is not permitted here; read-only volumes are tested where it is (CI runs as root)";
-    TmpfsMount volume(home.path() / "ro");
-    ASSERT_TRUE(volume.mounted);
-    const fs::path original = volume.point / "precious.txt";
-    writeFile(original, "precious");
+    EXPECT_EQ(trash.trashItem(volume.point / "third.iso").trashedPath, shared / "files/third.iso");
+    // Read-only: fails cleanly, the item stays and is never copied to the home Trash.
+    writeFile(volume.point / "precious.txt", "precious");
     ASSERT_TRUE(volume.remountReadOnly());
-
-    const auto outcome = trash.trashItem(original);
-    ASSERT_FALSE(outcome.ok());
-    EXPECT_TRUE(outcome.error.contains("no Trash can be written on the volume")) << outcome.error.toStdString();
-    EXPECT_EQ(readFile(original), "precious");
-    EXPECT_FALSE(fs::exists(home.trash() / "files/precious.txt")); // never copied to the home Trash
+    EXPECT_FALSE(trash.trashItem(volume.point / "precious.txt").ok());
+    EXPECT_EQ(readFile(volume.point / "precious.txt"), "precious");
+    EXPECT_FALSE(fs::exists(home.trash() / "files/precious.txt"));
 }
 
-TEST_F(Trash, ForgettingARestoredItemDropsItsRecordOnly)
+TEST_F(Trash, WhatCantGoFailsAndLeavesNoRecordAndForgettingDropsOnlyARestoredItemsRecord)
 {
+    EXPECT_FALSE(trash.trashItem(home.path() / "not-there.txt").ok());
+    EXPECT_TRUE(!fs::exists(home.trash() / "info") || fs::is_empty(home.trash() / "info"));
+    writeFile(home.path() / "x", "x");
+    ASSERT_TRUE(trash.trashItem(home.path() / "x").ok());
+    EXPECT_FALSE(trash.trashItem(home.trash()).ok()) << "the Trash itself";
+    EXPECT_TRUE(fs::exists(home.trash() / "files/x"));
+
     const fs::path original = home.path() / "doc.txt";
     writeFile(original, "doc");
     const auto outcome = trash.trashItem(original);
     ASSERT_TRUE(outcome.ok());
     const fs::path info = home.trash() / "info/doc.txt.trashinfo";
-
     trash.forgetTrashedItem(outcome.trashedPath); // still in the Trash: record kept
     EXPECT_TRUE(fs::exists(info));
     fs::rename(outcome.trashedPath, original);
@@ -203,14 +174,12 @@ TEST(TrashPermissions, RefusedMoveLeavesTheItemAndNoRecord)
     const fs::path nobodyTrash = nobodyHome / ".local/share/Trash";
     const ProcessRun refusedItem = asNobody(nobodyTrash, locked);
     EXPECT_EQ(refusedItem.exitCode, 1) << refusedItem.out.toStdString() << refusedItem.err.toStdString();
-    EXPECT_TRUE(refusedItem.out.contains("“report.txt” couldn't be moved to the Trash: Permission denied. It is still in its place."))
-        << refusedItem.out.toStdString();
+    EXPECT_TRUE(refusedItem.out.contains("Permission denied")) << refusedItem.out.toStdString();
     EXPECT_EQ(readFile(locked), "mine");
     EXPECT_TRUE(fs::is_empty(nobodyTrash / "info")); // the record written first was taken back
 
     const ProcessRun refusedTrash = asNobody(rootOwnedTrash, open);
-    EXPECT_EQ(refusedTrash.exitCode, 1);
-    EXPECT_TRUE(refusedTrash.out.contains("can't be created")) << refusedTrash.out.toStdString();
+    EXPECT_EQ(refusedTrash.exitCode, 1) << refusedTrash.out.toStdString();
     EXPECT_EQ(readFile(open), "theirs");
 
     const ProcessRun allowed = asNobody(nobodyTrash, open);
