@@ -69,6 +69,8 @@ public:
         ExternalDestinationStore &destinations;
         MoveFileOperations &moveOperations;
         CleanupHistoryStore &history;
+        CleanupService &cleanup;
+        MaintenanceService &maintenance;
     };
 
     static constexpr qint64 cleanCardMinimumBytes = bytesPerGiB; // strictly more than this
@@ -96,9 +98,6 @@ public:
     [[nodiscard]] QVariantMap applyStatusMap() const;
     // "running", "succeeded" or "failed".
     [[nodiscard]] static QString stateName(ApplyStatus::State state);
-    // The service's own instances, for what they last measured.
-    [[nodiscard]] CleanupService &cleanup() const { return *m_cleanup; }
-    [[nodiscard]] MaintenanceService &maintenance() const { return *m_maintenance; }
 
     QCoro::Task<void> scan();
     QCoro::Task<void> apply(Recommendation recommendation);
@@ -151,8 +150,6 @@ private:
     platform::Platform &m_platform;
     Shared m_shared;
     std::filesystem::path m_home;
-    CleanupService *m_cleanup = nullptr;
-    MaintenanceService *m_maintenance = nullptr;
     MoveSuggestions *m_moveSuggestions = nullptr;
 
     std::vector<Recommendation> m_recommendations;
