@@ -151,7 +151,6 @@ QCoro::Task<void> SmartScanService::scan()
     m_shared.scanner.refreshVolumeInfo();
     m_shared.forecast.recordSample(m_shared.scanner.totalUsed(), m_shared.scanner.totalCapacity());
     setScanProgress(QStringLiteral("Measuring caches and developer files…"));
-    m_cleanTargetsByRecId.clear();
 
     // The four detectors run side by side; each starts at once.
     QCoro::Task<std::vector<Recommendation>> cleans = detectCleanups();
@@ -204,10 +203,7 @@ QCoro::Task<std::vector<Recommendation>> SmartScanService::detectCleanups()
         const CleanupTargetState &state = states[i];
         if (state.bytes <= cleanCardMinimumBytes)
             continue;
-        const QUuid id = QUuid::createUuid();
-        m_cleanTargetsByRecId.insert(id, targets[i]);
-        m_cleanActions.insert(id, targets[i]);
-        cards.push_back(makeCleanRecommendation(targets[i], state.bytes, id, folders[i]));
+        cards.push_back(makeCleanRecommendation(targets[i], state.bytes, QUuid::createUuid(), folders[i]));
     }
     co_return cards;
 }
@@ -219,7 +215,6 @@ QCoro::Task<std::vector<Recommendation>> SmartScanService::detectMoves()
     for (const MoveSuggestions::Suggestion &suggestion : m_moveSuggestions->suggestions()) {
         Recommendation card = makeMoveRecommendation(suggestion.category, suggestion.bytes, suggestion.url);
         card.key = moveCardKey(suggestion.url, m_home);
-        m_moveActions.insert(card.id, MoveAction{suggestion.url, suggestion.bytes, suggestion.category});
         cards.push_back(std::move(card));
     }
     co_return cards;
@@ -260,21 +255,19 @@ void SmartScanService::skip(const QUuid &id)
 
 QCoro::Task<void> SmartScanService::apply(Recommendation recommendation)
 {
-    if (!recommendation.hasAction)
+    if (!recommendation.hasAction())
         co_return;
     const QUuid id = recommendation.id;
     setStatus(id, {ApplyStatus::State::Running, QStringLiteral("Working…")});
 
     QPointer<SmartScanService> self(this);
     ApplyResult result;
-    if (recommendation.kind == Recommendation::Kind::Clean && m_cleanActions.contains(id))
-        result = co_await applyClean(m_cleanActions.value(id));
-    else if (recommendation.kind == Recommendation::Kind::Maintenance)
+    if (const auto *clean = std::get_if<CleanAction>(&recommendation.action))
+        result = co_await applyClean(clean->target);
+    else if (std::holds_alternative<ThinAction>(recommendation.action))
         result = co_await applySnapshots();
-    else if (recommendation.kind == Recommendation::Kind::Move && m_moveActions.contains(id))
-        result = co_await applyMove(id, m_moveActions.value(id));
-    else
-        result = ApplyResult::failure(QStringLiteral("Service unavailable."));
+    else if (const auto *move = std::get_if<MoveAction>(&recommendation.action))
+        result = co_await applyMove(id, *move);
     if (!self)
         co_return;
 
@@ -330,8 +323,8 @@ QCoro::Task<void> SmartScanService::reconcileAfterApply(Recommendation recommend
     }
     std::vector<std::pair<QUuid, CleanupTarget>> pairs;
     for (const Recommendation &card : visibleRecommendations())
-        if (const auto it = m_cleanTargetsByRecId.find(card.id); it != m_cleanTargetsByRecId.end())
-            pairs.emplace_back(card.id, *it);
+        if (const auto *clean = std::get_if<CleanAction>(&card.action))
+            pairs.emplace_back(card.id, clean->target);
     if (pairs.empty())
         co_return;
     std::vector<CleanupTarget> targets;

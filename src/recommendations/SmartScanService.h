@@ -123,11 +123,6 @@ signals:
     void applyStatusesChanged();
 
 private:
-    struct MoveAction {
-        std::filesystem::path source;
-        qint64 bytes = 0;
-        QString category;
-    };
 
     QCoro::Task<std::vector<Recommendation>> detectCleanups();
     QCoro::Task<std::vector<Recommendation>> detectMoves();
@@ -163,11 +158,6 @@ private:
     qint64 m_totalPendingInTrash = 0;
     std::optional<Toast> m_lastToast;
     QHash<QUuid, ApplyStatus> m_applyStatuses;
-    // The cards that reconciliation re-measures; emptied at each scan.
-    QHash<QUuid, CleanupTarget> m_cleanTargetsByRecId;
-    // What each card's action works on; a card keeps its action across a re-scan.
-    QHash<QUuid, CleanupTarget> m_cleanActions;
-    QHash<QUuid, MoveAction> m_moveActions;
     std::chrono::milliseconds m_completionDelay{1200};
 };
 
