@@ -3,9 +3,9 @@ import QtTest
 import Tessoly
 import TessolyTest
 
-// What every screen test shares: finding items, recording the values a
-// property takes, waiting for layouts, clicking inside scrolled pages and
-// checking that items stand apart on screen.
+// What every screen test shares: finding items, recording the values a property
+// takes, waiting for layouts and for work started by a click, clicking inside
+// scrolled pages and checking that items stand apart on screen.
 TestCase {
     when: windowShown
     // Where child() looks unless told otherwise.
@@ -35,10 +35,12 @@ TestCase {
         laidOut()
     }
 
-    // Each named item under `within` shows that text: shows({ title: "A", count: "2" }).
+    // Each named item under `within` shows that text (a figure tile, that value): shows({ title: "A", count: "2" }).
     function shows(texts, within) {
-        for (const name in texts)
-            compare(child(name, within).text, texts[name], name)
+        for (const name in texts) {
+            const item = child(name, within)
+            compare(item.text !== undefined ? item.text : item.value, texts[name], name)
+        }
     }
 
     // Each named item under `within` is shown or not: showing({ list: true, empty: false }).
@@ -73,6 +75,38 @@ TestCase {
             flick.contentY = Math.max(0, Math.min(y - 40, flick.contentHeight - flick.height))
         }
         mouseClick(item)
+    }
+
+    // Clicks `button` once it takes clicks and waits until `done` holds and the page is laid out.
+    function run(button, done, timeout) {
+        tryCompare(button, "enabled", true)
+        click(button)
+        tryVerify(done, timeout === undefined ? 20000 : timeout, button.objectName + "'s work finished")
+        laidOut()
+    }
+
+    // As run(), and the button was busy and closed to clicks while it worked, and only then.
+    function runShowsBusy(button, done, timeout) {
+        const busy = record(button, "busy")
+        const enabled = record(button, "enabled")
+        run(button, done, timeout)
+        compare(busy, [false, true, false], button.objectName + " busy while it works")
+        compare(enabled, [true, false, true], button.objectName + " closed to clicks while it works")
+    }
+
+    // The items named prefix0, prefix1, … under `within` (the scope by default), in order.
+    function numbered(prefix, within) {
+        const found = []
+        for (let it; (it = findChild(within === undefined ? scope : within, prefix + found.length)) !== null;)
+            found.push(it)
+        return found
+    }
+
+    // The screen's share of the smallest window (980 x 640 less the sidebar), or the usual 1240 x 900.
+    function narrow(on) {
+        parent.width = on ? 744 : 1240
+        parent.height = on ? 640 : 900
+        laidOut()
     }
 
     // An item's edges in the window.

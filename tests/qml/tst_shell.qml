@@ -1,10 +1,9 @@
 import QtQuick
-import QtTest
 import Tessoly
 import TessolyTest
 
-// The full app's shell: the disk figures, the sidebar's sections, Big Files
-// and the History, on the temporary home.
+// The full app's shell on the temporary home: the disk figures, the sidebar's
+// sections, Big Files, the cleanup profiles and the History.
 Item {
     id: root
     width: 1240
@@ -21,77 +20,69 @@ Item {
             compare(shell.selection, section)
         }
 
+        // A profile opened with every target ticked.
+        function openProfile(id) {
+            select("profiles")
+            const view = child("profilesView")
+            view.selectedProfile = ""
+            click(child("profile_" + id, view))
+            tryCompare(view, "selectedProfile", id)
+            tryVerify(() => view.selectedTargetIds.length === view.targets.length, 5000)
+            laidOut()
+            return view
+        }
+
         function init() {
             Hooks.setFigures(500e9, 123.4e9)
             shell.selection = "overview"
         }
 
-        function test_disk_figures_data() {
-            return [{ tag: "readable", capacity: 500e9, free: 123.4e9, number: "123.4", unit: "GB",
-                      line: "of 500 GB total · 75% used", mini: "123.4 GB free", used: "376.6 GB of 500 GB" },
-                    { tag: "unreadable", capacity: 0, free: 0,
-                      line: "of Zero KB total · 0% used" }]
-        }
-        function test_disk_figures(data) {
-            Hooks.setFigures(data.capacity, data.free)
-            compare(child("capacityLine").text, data.line)
-            if (data.capacity > 0) {
-                compare(child("miniFree").text, data.mini)
-                compare(child("freeNumber").text, data.number)
-                compare(child("freeUnit").text, data.unit)
-                compare(child("miniUsed").text, data.used)
-            } else {
-                compare(child("gradientFill", child("diskBar")).width, 0)
-            }
+        function test_disk_figures() {
+            shows({ capacityLine: "of 500 GB total · 75% used", miniFree: "123.4 GB free", freeNumber: "123.4", freeUnit: "GB",
+                    miniUsed: "376.6 GB of 500 GB" })
+            Hooks.setFigures(0, 0)
+            compare(child("capacityLine").text, "of Zero KB total · 0% used")
+            compare(child("gradientFill", child("diskBar")).width, 0)
         }
 
         // The sections from top to bottom; choosing one shows its page alone.
         function test_sidebar_sections_in_order() {
             const order = [["overview", "overviewView"], ["xray", "xrayView"], ["explore", "exploreView"], ["profiles", "profilesView"],
                            ["devclean", "devCleanView"], ["activity", "activityView"], ["settings", "settingsView"]]
-            compare(shell.sections.map(s => s.key), order.map(o => o[0]))
             let above = -1
             for (const [key, page] of order) {
                 verify(child("section_" + key).y > above, key + " below the one before")
                 above = child("section_" + key).y
                 select(key)
-                verify(child(page).visible, page)
                 for (const [, other] of order)
-                    verify(other === page || !child(other).visible, other + " hidden")
+                    compare(child(other).visible, other === page, other)
             }
             symbolsAreGlyphs(child("section_overview").parent)
         }
 
         function test_big_files_trash_asks_first_and_move_opens_the_sheet() {
-            // Explore opens at Big Files, empty before a scan.
-            select("explore")
-            compare(child("exploreTabs").currentIndex, 0)
-            verify(child("bigFilesView").visible)
-            verify(child("bigFilesEmpty").visible)
+            select("explore") // opens at Big Files, empty before a scan
+            showing({ bigFilesView: true, bigFilesEmpty: true })
             Hooks.seedBigFiles()
             const list = child("bigFilesList")
             tryCompare(list, "count", 2)
             verify(!child("bigFilesEmpty").visible)
             const path = Hooks.homePath() + "/Movies/Archive.zip"
-
-            mouseClick(child("trashButton_0", list))
+            // Cancelled, the file stays; confirmed, it goes.
             const dialog = child("trashConfirmation")
-            tryCompare(dialog, "opened", true)
-            compare(dialog.contentItem.text, "Archive.zip (1.25 GB)\n" + path)
-            mouseClick(child("cancelTrash", dialog.footer))
-            tryCompare(dialog, "visible", false)
-            verify(Hooks.exists(path))
-            compare(list.count, 2)
-            mouseClick(child("trashButton_0", list))
-            tryCompare(dialog, "opened", true)
-            mouseClick(child("confirmTrash", dialog.footer))
-            tryCompare(list, "count", 1)
-            verify(!Hooks.exists(path))
-
+            for (const confirm of [false, true]) {
+                mouseClick(child("trashButton_0", list))
+                tryCompare(dialog, "opened", true)
+                compare(dialog.contentItem.text, "Archive.zip (1.25 GB)\n" + path)
+                mouseClick(child(confirm ? "confirmTrash" : "cancelTrash", dialog.footer))
+                tryCompare(dialog, "visible", false)
+                tryCompare(list, "count", confirm ? 1 : 2)
+                compare(Hooks.exists(path), !confirm)
+            }
             mouseClick(child("moveButton_0", list))
             const sheet = child("bigFilesMoveSheet")
             tryCompare(sheet, "opened", true)
-            compare(child("sheetItemDetail", sheet.contentItem).text, "1.25 GB · ~/Movies/Season 1.mkv")
+            compare(child("sheetItemDetail", sheet.contentItem).text, "1.25 GB · ~/Movies/Season 1.mkv") // the row's own file
             mouseClick(child("cancelMove", sheet.contentItem))
             tryCompare(sheet, "visible", false)
         }
@@ -105,13 +96,10 @@ Item {
             verify(!Hooks.exists(original))
             const list = child("historyList")
             tryCompare(list, "count", 2)
-            compare(child("operations").value, "2")
-            compare(child("restorable").value, "1")
-            compare(child("totalReclaimed").value, "4.2 GB")
-
+            shows({ operations: "2", restorable: "1", totalReclaimed: "4.2 GB" })
+            // A row opens to its actions: a cleanup restores from the Trash, a move reveals its copy.
             const row = child("historyRow_0", list)
             compare(row.summary, "Developer profile cleanup")
-            compare(row.statusLabel, "In Trash · restorable")
             const restore = child("restoreButton", row)
             verify(!restore.visible) // closed row
             mouseClick(row, 100, 20)
@@ -120,19 +108,51 @@ Item {
             laidOut()
             mouseClick(restore)
             tryCompare(child("restorable"), "value", "0")
-            const after = child("historyRow_0", list)
-            compare(after.statusLabel, "Restored")
-            compare(after.feedback, "Restored 3 items from Trash.")
+            compare(child("historyRow_0", list).feedback, "Restored 3 items from Trash.")
             verify(Hooks.exists(original))
-            verify(!child("restoreButton", after).visible)
-
+            verify(!child("restoreButton", child("historyRow_0", list)).visible)
             const moved = child("historyRow_1", list)
             mouseClick(moved, 100, 20)
             const reveal = child("revealExternal", moved)
             tryCompare(reveal, "visible", true)
             laidOut()
             mouseClick(reveal)
-            compare(Hooks.revealed[Hooks.revealed.length - 1], "/media/Backup/Tessoly Storage/Final Cut")
+            compare(Hooks.lastRevealed(), "/media/Backup/Tessoly Storage/Final Cut")
+        }
+
+        // What each target holds here, the ticks and the sum, and a clean of the ticked ones.
+        function test_profiles_ticks_sum_and_clean() {
+            let view = openProfile("iosDeveloper") // nothing of it here, nothing to clean
+            verify(view.targets.every(t => !/\d/.test(child("sizeText", child("targetRow_" + t.id, view)).text)), "no sizes shown")
+            shows({ reclaimableSum: Format.bytes(0) }, view)
+            verify(!child("cleanButton", view).enabled && !child("profileGrid", view).visible)
+            click(child("backToProfiles", view))
+            verify(view.selectedProfile === "" && child("profileGrid", view).visible)
+            // Chrome's cache of 3 items, Firefox's of 1.
+            for (const name of ["data_0", "data_1", "index"])
+                Hooks.writeText(Hooks.located("Library/Caches/Google/Chrome") + "/" + name, "c".repeat(200000))
+            Hooks.writeText(Hooks.located("Library/Caches/Firefox") + "/cache2/blob", "f".repeat(100000))
+            view = openProfile("generalUser")
+            const [chrome, firefox, safari] = ["chrome", "firefox", "safari"].map(id => child("targetRow_user." + id, view))
+            tryCompare(child("itemsText", chrome), "text", "3 items")
+            // Each row says where its folder is here: Chrome's cache under the XDG cache folder,
+            // Safari's (no counterpart) where it would be on a Mac.
+            compare(child("locationText", chrome).text, "~/.cache/google-chrome")
+            compare(child("locationText", safari).text, "~/Library/Caches/com.apple.Safari")
+            const both = view.selectedBytes
+            shows({ reclaimableSum: Format.bytes(both), cleanButton: "Clean " + Format.bytes(both) }, view)
+            click(chrome) // untick Chrome
+            const firefoxOnly = view.selectedBytes
+            verify(firefoxOnly < both)
+            compare(child("reclaimableSum", view).text, Format.bytes(firefoxOnly))
+            click(child("cleanButton", view))
+            tryCompare(view, "working", false, 10000)
+            compare(view.lastFreed, firefoxOnly)
+            verify(child("reclaimedNote", view).visible)
+            verify(!Hooks.exists(Hooks.located("Library/Caches/Firefox") + "/cache2"))
+            verify(Hooks.exists(Hooks.located("Library/Caches/Google/Chrome") + "/index"))
+            tryCompare(child("sizeText", firefox), "text", Format.bytes(0))
+            symbolsAreGlyphs(view)
         }
     }
 }

@@ -13,17 +13,24 @@
 
 namespace tessoly::test {
 
-// Volume figures a test sets; a clean doesn't change them unless told to.
+// Volume figures a test sets; each reading adds `step` to the free space
+// (so a clean doesn't change them unless told to).
 class ScriptedVolumes final : public platform::VolumeInfo {
 public:
-    qint64 capacity = 500'000'000'000;
-    mutable qint64 free = 100'000'000'000;
-    qint64 step = 0; // added to the free space after each reading
+    std::optional<qint64> capacity = 500'000'000'000; // none: the reading fails
+    mutable std::optional<qint64> free = 100'000'000'000;
+    qint64 step = 0;
+    std::optional<qint64> available, important; // the free space unless set
+    mutable int readings = 0;
     std::optional<platform::VolumeAttributes> attributesOfFileSystem(const std::filesystem::path &) const override
     {
-        const qint64 now = free;
-        free += step;
-        return platform::VolumeAttributes{capacity, now, now, now};
+        ++readings;
+        const std::optional<qint64> now = free;
+        if (free)
+            *free += step;
+        if (!capacity)
+            return std::nullopt;
+        return platform::VolumeAttributes{capacity, now, available ? available : now, important ? important : now};
     }
 };
 

@@ -1,13 +1,15 @@
 // Smart Scan on real folders of a temporary home: which cards a scan makes,
-// how they rank and read, and what applying them does to the disk, the
-// log, the totals and the other cards.
-#include "core/DefaultsKeys.h"
+// how they rank, what applying them does to the disk, the log, the totals
+// and the other cards; and the one-button clean end to end: what it
+// touches and leaves, its steps, and what it measures.
 #include "ScanSupport.h"
 #include "analysis/DiskForecast.h"
-#include "history/CleanupHistoryStore.h"
 #include "core/ByteFormat.h"
+#include "core/DefaultsKeys.h"
+#include "history/CleanupHistoryStore.h"
 #include "platform/FileWalker.h"
 #include "platform/linux/JsonDefaultsStore.h"
+#include "recommendations/EasyCleanFlow.h"
 
 #include <gtest/gtest.h>
 
@@ -38,31 +40,6 @@ std::vector<QString> rankedTitles(std::vector<Recommendation> cards)
     return titles;
 }
 
-// A stand-in for the snapshot tool listing `count` snapshots.
-fs::path fakeSnapshotTool(const fs::path &folder, int count)
-{
-    std::string listing = "Snapshots for disk /:\n";
-    for (int i = 0; i < count; ++i)
-        listing += "com.apple.TimeMachine.2026-11-1" + std::to_string(i) + "-010203.local\n";
-    writeFile(folder / "listing.txt", listing);
-    const fs::path tool = folder / "fake-tmutil";
-    writeFile(tool, "#!/bin/sh\n[ \"$1\" = listlocalsnapshots ] && cat '" + (folder / "listing.txt").native() + "'\nexit 0\n");
-    fs::permissions(tool, fs::perms::owner_all);
-    return tool;
-}
-
-// Every status a card went through, in order.
-struct StatusLog {
-    StatusLog(SmartScanService &smart, const QUuid &id)
-    {
-        QObject::connect(&smart, &SmartScanService::applyStatusesChanged, &smart, [this, &smart, id] {
-            if (auto status = smart.applyStatus(id); status && (seen.empty() || seen.back() != *status))
-                seen.push_back(*status);
-        });
-    }
-    std::vector<SmartScanService::ApplyStatus> seen;
-};
-
 } // namespace
 
 TEST(SmartScanRanking, SizeDiscountedByRiskThenTheSaferFirst)
@@ -75,34 +52,12 @@ TEST(SmartScanRanking, SizeDiscountedByRiskThenTheSaferFirst)
     EXPECT_EQ(rankedTitles({card(Recommendation::Risk::Safe, 4'000'000'000, "4 GB"), makeSnapshotRecommendation(2),
                             card(Recommendation::Risk::Safe, 6 * GiB, "6 GiB")})
                   .at(1),
-              "Free hidden snapshot space (2 Time Machine snapshots)");
+              makeSnapshotRecommendation(2).title);
     // Equal scores: the safer first; a full tie keeps the order given.
     EXPECT_EQ(rankedTitles({card(Recommendation::Risk::Caution, 1'000'000'000, "caution"),
                             card(Recommendation::Risk::Safe, 700'000'000, "safe"),
                             card(Recommendation::Risk::Safe, 700'000'000, "safe 2")}),
               (std::vector<QString>{"safe", "safe 2", "caution"}));
-}
-
-TEST(SmartScanWords, ForecastSnapshotsAndShortNames)
-{
-    const auto title = [](double days) {
-        const auto made = makeForecastRecommendation(days, 3'000'000'000);
-        return made ? made->title : QStringLiteral("none");
-    };
-    EXPECT_EQ(title(29.9), "Heads up — disk will hit 95% in about 29 days");
-    EXPECT_EQ(title(30.0), "none");
-    EXPECT_EQ(title(0.5), "Heads up — disk will hit 95% today");
-    EXPECT_EQ(title(1.9), "Heads up — disk will hit 95% in 1 day");
-    EXPECT_FALSE(makeForecastRecommendation(std::nullopt, std::nullopt).has_value());
-    const auto forecast = *makeForecastRecommendation(3, 3'000'000'000);
-    EXPECT_EQ(forecast.oneLiner, "At your current rate (3 GB/day), your disk fills up soon.");
-    EXPECT_FALSE(forecast.hasAction);
-    EXPECT_EQ(forecast.estimatedSavings, 0);
-
-    EXPECT_EQ(makeSnapshotRecommendation(1).title, "Free hidden snapshot space (1 Time Machine snapshot)");
-    EXPECT_EQ(shortName("Clear Xcode DerivedData — 12 GB"), "Xcode DerivedData");
-    EXPECT_EQ(shortName(makeSnapshotRecommendation(2).title), "hidden snapshots (2 Time Machine snapshots)");
-    EXPECT_EQ(shortName("Move Android SDK to external drive — 2.3 GB"), "Move Android SDK to external drive");
 }
 
 TEST(SmartScanDetection, MoreThanOneGiBMakesACardAndExactlyOneGiBDoesNot)
@@ -114,23 +69,17 @@ TEST(SmartScanDetection, MoreThanOneGiBMakesACardAndExactlyOneGiBDoesNot)
     runTask(home.smart().scan());
     EXPECT_TRUE(home.smart().hasScanned());
     EXPECT_FALSE(cardTitled(home.smart(), "Clear npm cache"));
-    EXPECT_EQ(home.smart().scanProgress(), "Done");
 
     allocate(cache / "one-more-block", 4096);
     runTask(home.smart().scan());
     const auto npm = cardTitled(home.smart(), "Clear npm cache");
     ASSERT_TRUE(npm);
-    EXPECT_EQ(npm->title, "Clear npm cache — " + formatBytes(GiB + 4096));
     EXPECT_EQ(npm->estimatedSavings, GiB + 4096);
     EXPECT_EQ(npm->riskLevel, Recommendation::Risk::Safe);
-    EXPECT_EQ(npm->tint, "indigo");
     EXPECT_EQ(npm->subjectPath, home.home.path() / ".npm");
-    EXPECT_EQ(npm->explanation, "Tessoly will move every item inside the folder to the Trash. The folder itself is "
-                                "preserved because apps may need it. Safe — npm's global package download cache. "
-                                "Re-fetched as needed.");
 }
 
-TEST(SmartScanDetection, OneCardPerFolderAndACleanableFolderIsNeverAMove)
+TEST(SmartScanDetection, OneCardPerFolderACleanableFolderIsNeverAMoveAndAMoveNeedsADrive)
 {
     ScanHome home;
     const fs::path &h = home.home.path();
@@ -154,14 +103,24 @@ TEST(SmartScanDetection, OneCardPerFolderAndACleanableFolderIsNeverAMove)
     ASSERT_TRUE(sdk);
     EXPECT_EQ(sdk->kind, Recommendation::Kind::Move);
     EXPECT_EQ(sdk->subjectPath, h / "Android/Sdk");
-    EXPECT_TRUE(sdk->explanation.startsWith("Path: " + QString::fromStdString((h / "Android/Sdk").native()) + "\n\n"));
+
+    // With no drive the move fails in words, can be tried again, and the card stays.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        runTask(home.smart().apply(*sdk));
+        const auto status = home.smart().applyStatus(sdk->id);
+        ASSERT_TRUE(status);
+        EXPECT_EQ(status->state, SmartScanService::ApplyStatus::State::Failed);
+        EXPECT_FALSE(status->text.isEmpty());
+    }
+    EXPECT_TRUE(cardTitled(home.smart(), "Move Android SDK"));
+    EXPECT_FALSE(home.smart().lastToast());
+    EXPECT_FALSE(fs::is_symlink(h / "Android/Sdk"));
 }
 
 TEST(SmartScanDetection, SnapshotsAndTheForecastJoinTheListAndASecondScanWaitsForNothing)
 {
     TempHome scratch;
-    const fs::path tool = fakeSnapshotTool(scratch.path(), 2);
-    ScanHome home(tool);
+    ScanHome home(fakeSnapshotTool(scratch.path(), 2));
     // A disk that grew 20 GB a day for four days, 10 GB short of 95%.
     std::vector<DiskForecast::Sample> samples;
     const QDateTime start = QDateTime::currentDateTimeUtc().addDays(-4);
@@ -175,16 +134,13 @@ TEST(SmartScanDetection, SnapshotsAndTheForecastJoinTheListAndASecondScanWaitsFo
     QCoro::Task<void> second = home.smart().scan();
     EXPECT_TRUE(second.isReady()); // returned at once, changing nothing
     EXPECT_TRUE(home.smart().isScanning());
-    EXPECT_EQ(home.smart().scanProgress(), "Measuring caches and developer files…");
     runTask(std::move(first));
     EXPECT_FALSE(home.smart().isScanning());
 
     const auto cards = home.smart().visibleRecommendations();
     ASSERT_EQ(cards.size(), 2u);
-    EXPECT_EQ(cards[0].title, "Free hidden snapshot space (2 Time Machine snapshots)");
-    EXPECT_EQ(cards[0].estimatedSavings, 5 * GiB);
-    EXPECT_EQ(cards[1].kind, Recommendation::Kind::Info); // no size: last
-    EXPECT_TRUE(cards[1].title.startsWith("Heads up — disk will hit 95% "));
+    EXPECT_EQ(cards[0].estimatedSavings, 5 * GiB); // the snapshots
+    EXPECT_EQ(cards[1].kind, Recommendation::Kind::Info); // the forecast, with no size: last
     EXPECT_EQ(home.app->forecast()->sampleCount(), 5); // the scan recorded one
 
     // An information card has nothing to apply.
@@ -222,27 +178,6 @@ struct SmartScanApply : ::testing::Test {
     }
 };
 
-TEST_F(SmartScanApply, ACleanThatFreesNothingSaysSoAndTheCardLeaves)
-{
-    allocate(npm / "_cacache/blob", GiB + (16 << 20));
-    const Recommendation cardBefore = scanFor("Clear npm cache");
-    fs::remove_all(npm / "_cacache"); // emptied elsewhere in the meantime
-    StatusLog log(home.smart(), cardBefore.id);
-    runTask(home.smart().apply(cardBefore));
-
-    ASSERT_EQ(log.seen.size(), 2u);
-    EXPECT_EQ(log.seen[0].text, "Working…");
-    EXPECT_EQ(log.seen[1].state, SmartScanService::ApplyStatus::State::Succeeded);
-    EXPECT_EQ(log.seen[1].text, "Nothing left to clear in npm cache — it's already clean.");
-    EXPECT_TRUE(home.smart().appliedIds().contains(cardBefore.id));
-    EXPECT_FALSE(home.smart().applyStatus(cardBefore.id));
-    ASSERT_TRUE(home.smart().lastToast());
-    EXPECT_EQ(home.smart().lastToast()->title, "Nothing left to clear in npm cache — it's already clean.");
-    EXPECT_EQ(home.smart().totalReclaimedThisSession(), 0);
-    EXPECT_EQ(home.smart().totalPendingInTrash(), 0);
-    EXPECT_TRUE(home.history.entries().empty());
-}
-
 TEST_F(SmartScanApply, ToTheTrashTheBytesArePendingAndHistoryPutsThemBack)
 {
     allocate(npm / "_cacache/blob", GiB + (16 << 20));
@@ -250,32 +185,24 @@ TEST_F(SmartScanApply, ToTheTrashTheBytesArePendingAndHistoryPutsThemBack)
     const std::string signature = inodeListing(npm);
     const Recommendation clean = scanFor("Clear npm cache");
     runTask(home.smart().apply(clean));
-
-    const qint64 bytes = clean.estimatedSavings;
-    EXPECT_EQ(home.smart().totalPendingInTrash(), bytes);
+    EXPECT_EQ(home.smart().totalPendingInTrash(), clean.estimatedSavings);
     EXPECT_EQ(home.smart().totalReclaimedThisSession(), 0);
-    EXPECT_EQ(home.smart().lastToast()->title,
-              "Moved " + formatBytes(bytes) + " from npm cache to the Trash — empty the Trash to reclaim the space.");
     EXPECT_TRUE(fs::is_directory(npm)); // the folder itself stays
     EXPECT_TRUE(fs::is_empty(npm));
     ASSERT_EQ(home.history.entries().size(), 1u);
-    const CleanupHistoryEntry entry = home.history.entries()[0];
-    EXPECT_EQ(entry.kind, CleanupHistoryEntry::Kind::ProfileCleanup);
-    EXPECT_EQ(entry.summary, "Smart Scan profile cleanup");
-    EXPECT_EQ(home.history.restore(entry.id).restored, 2);
+    EXPECT_EQ(home.history.restore(home.history.entries()[0].id).restored, 2);
     EXPECT_EQ(inodeListing(npm), signature);
-}
 
-TEST_F(SmartScanApply, DeletedForGoodTheBytesAreReclaimed)
-{
-    home.app->platform().defaults->set("TessolySettings.deleteImmediately", true);
-    allocate(npm / "_cacache/blob", GiB + (16 << 20));
-    const Recommendation clean = scanFor("Clear npm cache");
-    runTask(home.smart().apply(clean));
-    EXPECT_EQ(home.smart().totalReclaimedThisSession(), clean.estimatedSavings);
-    EXPECT_EQ(home.smart().totalPendingInTrash(), 0);
-    EXPECT_EQ(home.smart().lastToast()->title, "Reclaimed " + formatBytes(clean.estimatedSavings) + " from npm cache.");
-    EXPECT_FALSE(fs::exists(home.home.trash() / "files/_cacache"));
+    // Emptied elsewhere between the scan and the click: it succeeds, frees nothing, logs nothing.
+    const Recommendation again = scanFor("Clear npm cache");
+    fs::remove_all(npm / "_cacache");
+    fs::remove_all(npm / "_logs");
+    const qint64 pending = home.smart().totalPendingInTrash();
+    runTask(home.smart().apply(again));
+    EXPECT_TRUE(home.smart().appliedIds().contains(again.id));
+    EXPECT_FALSE(home.smart().applyStatus(again.id));
+    EXPECT_EQ(home.smart().totalPendingInTrash(), pending);
+    EXPECT_EQ(home.history.entries().size(), 1u);
 }
 
 TEST_F(SmartScanApply, OtherCardsAreRetiredQuietlyOrUpdatedInPlace)
@@ -301,8 +228,6 @@ TEST_F(SmartScanApply, OtherCardsAreRetiredQuietlyOrUpdatedInPlace)
     runTask(home.smart().apply(npmCard));
 
     EXPECT_TRUE(home.smart().appliedIds().contains(yarn.id));
-    EXPECT_EQ(home.smart().lastToast()->title, "Moved " + formatBytes(npmCard.estimatedSavings) +
-                                                   " from npm cache to the Trash — empty the Trash to reclaim the space.");
     EXPECT_EQ(home.smart().totalPendingInTrash(), npmCard.estimatedSavings); // the retired card added nothing
     const auto grown = cardTitled(home.smart(), "Clear Chrome cache");
     ASSERT_TRUE(grown);
@@ -310,24 +235,73 @@ TEST_F(SmartScanApply, OtherCardsAreRetiredQuietlyOrUpdatedInPlace)
     EXPECT_EQ(placeOf(chrome.id), chromePlace);
     EXPECT_EQ(grown->estimatedSavings, platform::walkTree(h / ".cache/google-chrome/Default").allocatedBytes);
     EXPECT_GT(grown->estimatedSavings, chrome.estimatedSavings);
-    EXPECT_EQ(grown->title, "Clear Chrome cache — " + formatBytes(grown->estimatedSavings));
+    EXPECT_TRUE(grown->title.endsWith(formatBytes(grown->estimatedSavings)));
     EXPECT_EQ(home.smart().visibleRecommendations().size(), 1u);
 }
 
-TEST_F(SmartScanApply, AMoveWithNoDriveFailsInWordsAndCanBeTriedAgain)
+TEST(EasyClean, CleansOnlySafeCardsWithShortNamesAndEverythingComesBackFromHistory)
 {
-    fillExactly(home.home.path() / "AndroidSDK/platforms", 2 * GiB + (64 << 20));
-    const Recommendation move = scanFor("Move Android SDK to external drive");
-    const QString words =
-        "No external drive with enough free space is connected. Plug an APFS-formatted drive in, then retry.";
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        runTask(home.smart().apply(move));
-        const auto status = home.smart().applyStatus(move.id);
-        ASSERT_TRUE(status);
-        EXPECT_EQ(status->state, SmartScanService::ApplyStatus::State::Failed);
-        EXPECT_EQ(status->text, words);
-    }
-    EXPECT_TRUE(cardTitled(home.smart(), "Move Android SDK")); // still showing, with its words
-    EXPECT_FALSE(home.smart().lastToast());
-    EXPECT_FALSE(fs::is_symlink(home.home.path() / "AndroidSDK"));
+    TempHome scratch;
+    ScanHome home(fakeSnapshotTool(scratch.path(), 2));
+    const fs::path &h = home.home.path();
+    allocate(h / ".npm/_cacache/blob", GiB + (16 << 20));                              // safe
+    allocate(h / ".cache/google-chrome/Default/Cache/data", GiB + (128 << 20));       // safe
+    allocate(h / ".android/avd/Pixel.avd/snapshots/default_boot/ram.img", 2 * GiB);   // caution
+    fillExactly(h / "AndroidSDK/platforms", 2 * GiB + (64 << 20));                    // a move
+    const std::string npmBefore = inodeListing(h / ".npm");
+    const std::string chromeBefore = inodeListing(h / ".cache/google-chrome");
+
+    EasyCleanFlow &flow = *home.app->easyClean();
+    std::vector<QString> steps;
+    QObject::connect(&flow, &EasyCleanFlow::phaseChanged, &home.smart(), [&] {
+        if (flow.phase() == EasyCleanFlow::Phase::Running)
+            steps.push_back(flow.step());
+    });
+    runTask(flow.run());
+
+    // Looking, the three safe cards by their short names, releasing.
+    ASSERT_EQ(steps.size(), 5u);
+    EXPECT_TRUE(steps[2].contains("Chrome cache")) << steps[2].toStdString();
+    EXPECT_TRUE(steps[3].contains("npm cache")) << steps[3].toStdString();
+    EXPECT_EQ(flow.freedNow(), 0); // the scripted volume didn't change
+    EXPECT_EQ(flow.inTrash(), home.smart().totalPendingInTrash());
+    EXPECT_GT(flow.inTrash(), 2 * GiB);
+    // Thinned twice: by the snapshot card and by the flow's own last step.
+    const QString calls = QString::fromStdString(readFile(scratch.path() / "calls.txt"));
+    EXPECT_EQ(calls.count("thinLocalSnapshots"), 2) << calls.toStdString();
+
+    // Caution and move cards stay, untouched, for the full interface.
+    EXPECT_TRUE(cardTitled(home.smart(), "Clear Android Virtual Device snapshots"));
+    EXPECT_TRUE(cardTitled(home.smart(), "Move Android SDK to external drive"));
+    EXPECT_TRUE(fs::exists(h / ".android/avd/Pixel.avd/snapshots/default_boot/ram.img"));
+    EXPECT_FALSE(fs::is_symlink(h / "AndroidSDK"));
+
+    ASSERT_EQ(home.history.entries().size(), 2u);
+    const std::vector<CleanupHistoryEntry> entries = home.history.entries();
+    for (const CleanupHistoryEntry &entry : entries)
+        EXPECT_EQ(home.history.restore(entry.id).failed, 0);
+    EXPECT_EQ(inodeListing(h / ".npm"), npmBefore);
+    EXPECT_EQ(inodeListing(h / ".cache/google-chrome"), chromeBefore);
+}
+
+TEST(EasyClean, TellsWhatTheDiskGainedNeverLessThanNothing)
+{
+    ScanHome home;
+    allocate(home.home.path() / ".npm/_cacache/blob", GiB + (16 << 20));
+    home.app->platform().defaults->set("TessolySettings.deleteImmediately", true);
+    home.volumes->step = -1'000'000; // something else fills the disk meanwhile
+    EasyCleanFlow &flow = *home.app->easyClean();
+    runTask(flow.run());
+    EXPECT_EQ(flow.freedNow(), 0);
+    EXPECT_EQ(flow.inTrash(), 0);
+    EXPECT_GT(home.smart().totalReclaimedThisSession(), GiB); // deleted for good: reclaimed, not pending
+    EXPECT_FALSE(fs::exists(home.home.path() / ".npm/_cacache"));
+    EXPECT_EQ(entriesIn(home.home.trash() / "files"), 0u);
+
+    // "Clean Again": nothing left, and the disk now gains by itself.
+    home.volumes->step = 3'000'000;
+    runTask(flow.run());
+    // What the volume says, not what the steps claimed (they freed nothing).
+    EXPECT_GT(flow.freedNow(), 0);
+    EXPECT_EQ(flow.freedNow() % 3'000'000, 0);
 }

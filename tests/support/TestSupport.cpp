@@ -65,10 +65,10 @@ TempHome::~TempHome()
         ::setenv("HOME", m_oldHome.c_str(), 1);
 }
 
-ProcessRun runProcess(const QString &program, const QStringList &arguments, const QByteArray &input)
+namespace {
+
+ProcessRun finish(QProcess &process, const QByteArray &input = {})
 {
-    QProcess process;
-    process.start(program, arguments);
     ProcessRun run;
     if (!process.waitForStarted(10000))
         return run;
@@ -82,26 +82,25 @@ ProcessRun runProcess(const QString &program, const QStringList &arguments, cons
     return run;
 }
 
+} // namespace
+
+ProcessRun runProcess(const QString &program, const QStringList &arguments, const QByteArray &input)
+{
+    QProcess process;
+    process.start(program, arguments);
+    return finish(process, input);
+}
+
 std::vector<ProcessRun> runTogether(const std::vector<Command> &commands)
 {
     std::vector<std::unique_ptr<QProcess>> processes;
     for (const Command &command : commands) {
-        auto process = std::make_unique<QProcess>();
-        process->start(command.program, command.arguments);
-        processes.push_back(std::move(process));
+        processes.push_back(std::make_unique<QProcess>());
+        processes.back()->start(command.program, command.arguments);
     }
     std::vector<ProcessRun> runs;
-    for (const auto &process : processes) {
-        ProcessRun run;
-        if (process->waitForStarted(10000)) {
-            process->closeWriteChannel();
-            process->waitForFinished(120000);
-            run.exitCode = process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
-            run.out = process->readAllStandardOutput();
-            run.err = process->readAllStandardError();
-        }
-        runs.push_back(std::move(run));
-    }
+    for (const auto &process : processes)
+        runs.push_back(finish(*process));
     return runs;
 }
 
@@ -109,6 +108,33 @@ void writeFile(const fs::path &path, const std::string &content)
 {
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;
+}
+
+void writeExecutable(const fs::path &path, const std::string &script)
+{
+    writeFile(path, "#!/bin/sh\n" + script);
+    fs::permissions(path, fs::perms::owner_all);
+}
+
+fs::path fakeSnapshotTool(const fs::path &folder, int count)
+{
+    std::string listing = "Snapshots for disk /:\n";
+    for (int i = 0; i < count; ++i)
+        listing += "com.apple.TimeMachine.2026-11-1" + std::to_string(i) + "-010203.local\n";
+    writeFile(folder / "listing.txt", listing);
+    const fs::path tool = folder / "fake-tmutil";
+    writeExecutable(tool, "echo \"$*\" >> '" + (folder / "calls.txt").native() + "'\n[ \"$1\" = listlocalsnapshots ] && cat '"
+                              + (folder / "listing.txt").native() + "'\nexit 0\n");
+    return tool;
+}
+
+std::size_t entriesIn(const fs::path &folder)
+{
+    std::error_code error;
+    std::size_t count = 0;
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error))
+        ++count;
+    return count;
 }
 
 std::string readFile(const fs::path &path)

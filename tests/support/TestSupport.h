@@ -2,6 +2,9 @@
 
 #include <QByteArray>
 #include <QCoroTask>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QStringList>
 #include <filesystem>
 #include <string>
@@ -43,6 +46,39 @@ struct Command {
     QStringList arguments;
 };
 std::vector<ProcessRun> runTogether(const std::vector<Command> &commands);
+#ifdef TESSOLY_BINARY
+// The real tessoly program, run in the current (temporary) home.
+inline ProcessRun runTessoly(const QStringList &arguments, const QByteArray &input = {})
+{
+    return runProcess(QStringLiteral(TESSOLY_BINARY), arguments, input);
+}
+#endif
+[[nodiscard]] inline QJsonObject jsonObject(const QByteArray &json) { return QJsonDocument::fromJson(json).object(); }
+[[nodiscard]] inline QJsonArray jsonArray(const QByteArray &json) { return QJsonDocument::fromJson(json).array(); }
+// The first object of a JSON array whose `key` holds `value` (empty when none does).
+[[nodiscard]] inline QJsonObject rowWhere(const QJsonArray &rows, const QString &key, const QString &value)
+{
+    for (const QJsonValue &row : rows)
+        if (row.toObject().value(key).toString() == value)
+            return row.toObject();
+    return {};
+}
+[[nodiscard]] inline QString qtPath(const std::filesystem::path &path) { return QString::fromStdString(path.native()); }
+
+// An environment variable set (or, with a null value, unset) for the object's life.
+struct EnvOverride {
+    EnvOverride(const char *name, const QByteArray &value)
+        : name(name)
+        , old(qEnvironmentVariableIsSet(name) ? qgetenv(name) : QByteArray())
+    {
+        value.isNull() ? qunsetenv(name) : qputenv(name, value);
+    }
+    ~EnvOverride() { old.isNull() ? qunsetenv(name) : qputenv(name, old); }
+    EnvOverride(const EnvOverride &) = delete;
+    EnvOverride &operator=(const EnvOverride &) = delete;
+    const char *name;
+    QByteArray old;
+};
 
 // File helpers for building trees.
 void writeFile(const std::filesystem::path &path, const std::string &content);
@@ -53,6 +89,13 @@ void writeFile(const std::filesystem::path &path, const std::string &content);
 void allocate(const std::filesystem::path &file, qint64 bytes);
 // Files in a folder adding up to exactly `bytes` allocated bytes.
 void fillExactly(const std::filesystem::path &folder, qint64 bytes);
+// A shell script made executable ("#!/bin/sh" is added).
+void writeExecutable(const std::filesystem::path &path, const std::string &script);
+// A stand-in for the snapshot tool in `folder`: lists `count` snapshots and
+// appends each call's arguments to folder/calls.txt.
+std::filesystem::path fakeSnapshotTool(const std::filesystem::path &folder, int count);
+// The number of entries in a folder (0 when it is missing).
+[[nodiscard]] std::size_t entriesIn(const std::filesystem::path &folder);
 // A listing of a tree (relative path, type, size, content digest) to compare two trees.
 [[nodiscard]] std::string describeTree(const std::filesystem::path &root);
 
