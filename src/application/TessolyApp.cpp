@@ -53,19 +53,20 @@ TessolyApp::TessolyApp(std::unique_ptr<platform::Platform> platform, CleanupHist
     m_forecast->load();
     m_decliningPrompter = std::make_unique<platform::DecliningPrompter>();
     m_destinations = new ExternalDestinationStore(*m_platform->defaults, *m_decliningPrompter, *m_platform->revealer, this);
+    // One cleaner and one snapshot thinner for every part of the program.
+    m_cleanup = new CleanupService(home, *m_platform->trash, *m_history, this);
     m_maintenance = new MaintenanceService(home, *m_platform->volumes, *m_platform->processes, m_platform->snapshotTool, this);
-    m_xray = new SystemDataXRay(home, *m_platform, *m_history, this);
+    m_xray = new SystemDataXRay(*m_platform, *m_cleanup, *m_maintenance, this);
     m_notifications = new NotificationManager(*m_platform->notifier, {}, this);
-    m_autopilot = new StorageAutopilot(home, *m_platform, *m_settings, *m_history, *m_notifications, {}, this);
-    m_scheduler = new AutoCleanupScheduler(home, *m_platform, *m_settings, *m_history, *m_notifications, {}, this);
+    m_autopilot = new StorageAutopilot(*m_platform, *m_settings, *m_cleanup, *m_maintenance, *m_notifications, {}, this);
+    m_scheduler = new AutoCleanupScheduler(*m_platform, *m_settings, *m_cleanup, *m_notifications, {}, this);
     m_moveOperations = std::make_unique<MoveFileOperations>(*m_platform->trash, *m_platform->volumes);
     m_mover = std::make_unique<FolderMover>(*m_moveOperations, *m_history, home);
     m_smartScan = new SmartScanService(
-        *m_platform, {*m_scanner, *m_drives, *m_forecast, *m_destinations, *m_moveOperations, *m_history}, this);
+        *m_platform, {*m_scanner, *m_drives, *m_forecast, *m_destinations, *m_moveOperations, *m_history, *m_cleanup, *m_maintenance}, this);
     m_devClean = new DevDeepClean(home, *m_platform->trash, *m_platform->processes, *m_history, *m_platform->defaults,
                                   {m_platform->dockerTool, m_platform->simulatorTool}, this);
     // Screen-level objects.
-    m_cleanup = new CleanupService(home, *m_platform->trash, *m_history, this);
     m_hiddenSpace = new HiddenSpaceCard(*m_maintenance, *m_scanner, this);
     m_historyModel = new CleanupHistoryModel(*m_history, homePath(), this);
     m_inventory = new SymlinkInventory(*m_history, *m_moveOperations, *m_destinations, home, this);

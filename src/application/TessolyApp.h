@@ -76,7 +76,7 @@ public:
     [[nodiscard]] CleanupHistoryStore &history() const { return *m_history; }
     [[nodiscard]] CleanupHistoryModel *historyModel() const { return m_historyModel; }
     [[nodiscard]] MaintenanceService *maintenance() const { return m_maintenance; }
-    // The cleanup service of the screens (other services hold their own).
+    // The one cleaner, shared by every service and screen.
     [[nodiscard]] CleanupService *cleanup() const { return m_cleanup; }
     [[nodiscard]] HiddenSpaceCard *hiddenSpace() const { return m_hiddenSpace; }
     [[nodiscard]] ExternalDriveManager *drives() const { return m_drives; }

@@ -14,15 +14,15 @@
 
 namespace tessoly {
 
-AutoCleanupScheduler::AutoCleanupScheduler(std::filesystem::path home, platform::Platform &platform, SettingsStore &settings,
-                                           CleanupHistoryStore &history, AutomationNotices &notices, Clock clock,
+AutoCleanupScheduler::AutoCleanupScheduler(platform::Platform &platform, SettingsStore &settings, CleanupService &cleanup,
+                                           AutomationNotices &notices, Clock clock,
                                            QObject *parent)
     : QObject(parent)
     , m_platform(platform)
     , m_settings(settings)
     , m_notices(notices)
     , m_clock(std::move(clock))
-    , m_cleanup(new CleanupService(std::move(home), *platform.trash, history, this))
+    , m_cleanup(cleanup)
 {
     reload();
 }
@@ -68,13 +68,10 @@ QCoro::Task<void> AutoCleanupScheduler::runCleanup()
         co_return;
     }
     QPointer<AutoCleanupScheduler> self(this);
-    co_await m_cleanup->measure(targets(*profile));
-    if (!self)
-        co_return;
     const bool immediately =
         SettingsStore::deleteImmediately(*m_platform.defaults);
     QString name = displayName(*profile);
-    const qint64 freed = co_await m_cleanup->clean(targets(*profile), std::move(name), immediately);
+    const qint64 freed = (co_await m_cleanup.clean(targets(*profile), std::move(name), immediately)).totalBytes;
     if (!self)
         co_return;
     m_lastFreedBytes = freed;

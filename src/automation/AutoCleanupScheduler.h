@@ -14,7 +14,6 @@ namespace platform {
 struct Platform;
 }
 class AutomationNotices;
-class CleanupHistoryStore;
 class CleanupService;
 class SettingsStore;
 
@@ -31,8 +30,8 @@ public:
     using Clock = std::function<QDateTime()>;
     static constexpr int checkIntervalSeconds = 600;
 
-    AutoCleanupScheduler(std::filesystem::path home, platform::Platform &platform, SettingsStore &settings,
-                         CleanupHistoryStore &history, AutomationNotices &notices, Clock clock = {}, QObject *parent = nullptr);
+    AutoCleanupScheduler(platform::Platform &platform, SettingsStore &settings, CleanupService &cleanup,
+                         AutomationNotices &notices, Clock clock = {}, QObject *parent = nullptr);
     ~AutoCleanupScheduler() override;
 
     [[nodiscard]] bool isRunning() const { return m_isRunning; }
@@ -57,7 +56,7 @@ private:
     SettingsStore &m_settings;
     AutomationNotices &m_notices;
     Clock m_clock;
-    CleanupService *m_cleanup = nullptr;
+    CleanupService &m_cleanup;
     QTimer *m_timer = nullptr;
     bool m_isRunning = false;
     std::optional<QDateTime> m_lastRunAt;

@@ -15,18 +15,19 @@
 
 namespace tessoly {
 
-StorageAutopilot::StorageAutopilot(std::filesystem::path home, platform::Platform &platform, SettingsStore &settings,
-                                   CleanupHistoryStore &history, AutomationNotices &notices, Clock clock, QObject *parent)
+StorageAutopilot::StorageAutopilot(platform::Platform &platform, SettingsStore &settings, CleanupService &cleanup,
+                                   MaintenanceService &maintenance, AutomationNotices &notices, Clock clock,
+                                   QObject *parent)
     : QObject(parent)
     , m_platform(platform)
     , m_settings(settings)
     , m_notices(notices)
     , m_clock(std::move(clock))
-    , m_cleanup(new CleanupService(home, *platform.trash, history, this))
-    , m_maintenance(new MaintenanceService(home, *platform.volumes, *platform.processes, platform.snapshotTool, this))
+    , m_cleanup(cleanup)
+    , m_maintenance(maintenance)
 {
     reload();
-    m_currentFreeBytes = m_maintenance->currentFreeBytes();
+    m_currentFreeBytes = m_maintenance.currentFreeBytes();
     // The status line reads both settings.
     connect(&settings, &SettingsStore::autopilotEnabledChanged, this, &StorageAutopilot::changed);
     connect(&settings, &SettingsStore::autopilotMinFreeGBChanged, this, &StorageAutopilot::changed);
@@ -89,7 +90,7 @@ void StorageAutopilot::runNow()
 
 QCoro::Task<void> StorageAutopilot::check()
 {
-    m_currentFreeBytes = m_maintenance->currentFreeBytes();
+    m_currentFreeBytes = m_maintenance.currentFreeBytes();
     emit changed();
     if (!m_settings.autopilotEnabled() || m_isRunning)
         co_return;
@@ -107,19 +108,19 @@ QCoro::Task<void> StorageAutopilot::runGuardrail()
     m_isRunning = true;
     emit changed();
     QPointer<StorageAutopilot> self(this);
-    const qint64 before = m_maintenance->currentFreeBytes();
+    const qint64 before = m_maintenance.currentFreeBytes();
     QString profile = QStringLiteral("Autopilot");
     // Deleted outright: moving caches to the Trash would free nothing.
-    const qint64 cleaned = co_await m_cleanup->clean(allSafeTargets(), std::move(profile), true);
+    const qint64 cleaned = (co_await m_cleanup.clean(allSafeTargets(), std::move(profile), true)).totalBytes;
     if (!self)
         co_return;
-    const qint64 shortfall = limitBytes() - m_maintenance->currentFreeBytes();
+    const qint64 shortfall = limitBytes() - m_maintenance.currentFreeBytes();
     if (shortfall >= 1) {
-        co_await m_maintenance->reclaim(std::max(shortfall, minimumThinBytes));
+        co_await m_maintenance.reclaim(std::max(shortfall, minimumThinBytes));
         if (!self)
             co_return;
     }
-    const qint64 after = m_maintenance->currentFreeBytes();
+    const qint64 after = m_maintenance.currentFreeBytes();
     m_currentFreeBytes = after;
     m_lastFreedBytes = std::max(std::max<qint64>(after - before, 0), std::max<qint64>(cleaned, 0));
     m_lastRunAt = now();

@@ -17,7 +17,6 @@ namespace platform {
 struct Platform;
 }
 class AutomationNotices;
-class CleanupHistoryStore;
 class CleanupService;
 class MaintenanceService;
 class SettingsStore;
@@ -41,8 +40,9 @@ public:
     static constexpr qint64 runCooldownSeconds = 21600;
     static constexpr qint64 minimumThinBytes = 5368709120; // 5 GiB
 
-    StorageAutopilot(std::filesystem::path home, platform::Platform &platform, SettingsStore &settings,
-                     CleanupHistoryStore &history, AutomationNotices &notices, Clock clock = {}, QObject *parent = nullptr);
+    StorageAutopilot(platform::Platform &platform, SettingsStore &settings, CleanupService &cleanup,
+                     MaintenanceService &maintenance, AutomationNotices &notices, Clock clock = {},
+                     QObject *parent = nullptr);
     ~StorageAutopilot() override;
 
     [[nodiscard]] bool isRunning() const { return m_isRunning; }
@@ -75,8 +75,8 @@ private:
     SettingsStore &m_settings;
     AutomationNotices &m_notices;
     Clock m_clock;
-    CleanupService *m_cleanup = nullptr;
-    MaintenanceService *m_maintenance = nullptr;
+    CleanupService &m_cleanup;
+    MaintenanceService &m_maintenance;
     QTimer *m_timer = nullptr;
     bool m_isRunning = false;
     std::optional<QDateTime> m_lastRunAt;

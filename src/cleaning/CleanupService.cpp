@@ -131,129 +131,82 @@ CleanupService::TrashResult CleanupService::disposeEntries(const std::vector<fs:
 }
 
 
-void CleanupService::store(const CleanupTargetState &state)
+QCoro::Task<std::vector<CleanupTargetState>> CleanupService::measure(std::vector<CleanupTarget> targets, StateSink onState)
 {
-    m_states.insert(state.target.id, state);
-    ++m_statesRevision;
-    emit statesChanged();
-    emit stateStored(state.target.id);
-}
-
-QCoro::Task<void> CleanupService::measure(std::vector<CleanupTarget> targets)
-{
-    m_isMeasuring = true;
-    emit isMeasuringChanged();
-    std::vector<QFuture<void>> stored;
-    for (const CleanupTarget &target : targets) {
-        // Each state is stored on the main thread as its measurement finishes.
-        stored.push_back(QtConcurrent::run(&CleanupService::measureTarget, target, m_home)
-                             .then(this, [this](const CleanupTargetState &state) { store(state); }));
+    std::vector<QFuture<CleanupTargetState>> running;
+    running.reserve(targets.size());
+    for (const CleanupTarget &target : targets)
+        running.push_back(QtConcurrent::run(&CleanupService::measureTarget, target, m_home));
+    // All run at once; each is told in the targets' order, before this returns.
+    std::vector<CleanupTargetState> states;
+    states.reserve(running.size());
+    for (QFuture<CleanupTargetState> &future : running) {
+        states.push_back(co_await future);
+        if (onState)
+            onState(states.back());
     }
-    for (QFuture<void> &future : stored)
-        co_await future;
-    m_isMeasuring = false;
-    emit isMeasuringChanged();
+    co_return states;
 }
 
-QCoro::Task<qint64> CleanupService::clean(std::vector<CleanupTarget> targets, QString profileName, bool deleteImmediately)
+QCoro::Task<CleanupService::CleanOutcome> CleanupService::clean(std::vector<CleanupTarget> targets, QString profileName,
+                                                                bool deleteImmediately, StateSink onState)
 {
+    const auto tell = [&onState](const CleanupTargetState &state) {
+        if (onState)
+            onState(state);
+    };
     std::vector<CleanupHistoryEntry::Item> items;
-    qint64 total = 0;
-    CleanReport report;
+    CleanOutcome outcome;
     // Noted item by item, so that a kill halfway still leaves an entry.
     const CleanupHistoryEntry header = CleanupHistoryEntry::make(
         CleanupHistoryEntry::Kind::ProfileCleanup, QStringLiteral("%1 profile cleanup").arg(profileName), 0, {});
     const std::unique_ptr<HistoryJournal> journal = m_history.beginJournal(header);
     for (const CleanupTarget &target : targets) {
         const CleanupTargetState before = co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home);
-        store(before);
+        tell(before);
         if (!before.exists || before.bytes < 1)
             continue;
         for (const fs::path &place : places(target, m_home)) {
             const TrashResult result = co_await QtConcurrent::run(&CleanupService::emptyPlace, place, isListOfPlaces(target), m_home,
                                                                   deleteImmediately, std::ref(m_trash), journal.get());
-            total += result.totalBytes;
+            outcome.totalBytes += result.totalBytes;
             items.insert(items.end(), result.trashed.begin(), result.trashed.end());
-            report.leftBehind.insert(report.leftBehind.end(), result.leftBehind.begin(), result.leftBehind.end());
+            outcome.leftBehind.insert(outcome.leftBehind.end(), result.leftBehind.begin(), result.leftBehind.end());
         }
-        store(co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home));
+        tell(co_await QtConcurrent::run(&CleanupService::measureTarget, target, m_home));
     }
     for (const CleanupHistoryEntry::Item &item : items)
         if (item.trashedPath && !liesInside(*item.trashedPath, m_trash.homeTrashFiles()))
-            report.trashedElsewhereBytes += item.bytes;
+            outcome.trashedElsewhereBytes += item.bytes;
     if (!items.empty()) {
         CleanupHistoryEntry entry = header;
-        entry.bytesReclaimed = total;
+        entry.bytesReclaimed = outcome.totalBytes;
         entry.items = std::move(items);
-        report.entryId = entry.id;
-        report.logError = m_history.append(std::move(entry));
+        outcome.entry = entry;
+        outcome.logError = m_history.append(std::move(entry));
     }
-    if (report.logError.isEmpty())
+    if (outcome.logError.isEmpty())
         journal->finish();
-    m_lastCleanReport = std::move(report);
-    m_lastReclaimedBytes = total;
-    emit lastReclaimedBytesChanged();
-    co_return total;
+    co_return outcome;
 }
 
-QCoro::Task<void> CleanupService::measureAndReport(std::vector<CleanupTarget> targets)
-{
-    co_await measure(std::move(targets));
-    emit measureFinished();
-}
-
-QCoro::Task<void> CleanupService::cleanAndReport(std::vector<CleanupTarget> targets, QString profileName,
-                                                 bool deleteImmediately)
-{
-    const qint64 total = co_await clean(std::move(targets), std::move(profileName), deleteImmediately);
-    emit cleanFinished(total);
-}
-
-void CleanupService::measureTargets(const QStringList &ids)
-{
-    measureAndReport(targetsWithIds(ids));
-}
-
-void CleanupService::cleanTargets(const QStringList &ids, const QString &profileName, bool deleteImmediately)
-{
-    cleanAndReport(targetsWithIds(ids), profileName, deleteImmediately);
-}
-
-QString CleanupService::lastCleanNotice() const
+QString CleanupService::CleanOutcome::notice() const
 {
     QStringList words;
-    const auto stayed = static_cast<qsizetype>(m_lastCleanReport.leftBehind.size());
+    const auto stayed = static_cast<qsizetype>(leftBehind.size());
     if (stayed == 1)
-        words << m_lastCleanReport.leftBehind.front().reason;
+        words << leftBehind.front().reason;
     else if (stayed > 1)
-        words << QStringLiteral("%1 items stayed where they were, for example: %2").arg(stayed).arg(m_lastCleanReport.leftBehind.front().reason);
-    if (m_lastCleanReport.trashedElsewhereBytes > 0)
+        words << QStringLiteral("%1 items stayed where they were, for example: %2").arg(stayed).arg(leftBehind.front().reason);
+    if (trashedElsewhereBytes > 0)
         words << QStringLiteral("%1 of it went to a Trash on the file system it lives on, so it frees space only when "
                                 "that Trash is emptied.")
-                     .arg(formatBytes(m_lastCleanReport.trashedElsewhereBytes));
-    if (!m_lastCleanReport.logError.isEmpty())
+                     .arg(formatBytes(trashedElsewhereBytes));
+    if (!logError.isEmpty())
         words << QStringLiteral("This clean couldn't be recorded in the log (%1), so History can't put it back; "
                                 "what went to the Trash can still be restored from the Trash itself.")
-                     .arg(m_lastCleanReport.logError);
+                     .arg(logError);
     return words.join(QLatin1Char(' '));
-}
-
-QVariantMap CleanupService::stateOf(const QString &id) const
-{
-    const auto it = m_states.find(id);
-    if (it == m_states.end())
-        return {{QStringLiteral("measured"), false}, {QStringLiteral("exists"), false},
-                {QStringLiteral("bytes"), 0}, {QStringLiteral("childCount"), 0}};
-    return {{QStringLiteral("measured"), true}, {QStringLiteral("exists"), it->exists},
-            {QStringLiteral("bytes"), it->bytes}, {QStringLiteral("childCount"), it->childCount}};
-}
-
-QString CleanupService::locationOf(const QString &id) const
-{
-    const auto target = cleanupTargetWithId(id);
-    if (!target)
-        return {};
-    return abbreviateHome(displayPath(resolve(*target, m_home)), displayPath(m_home));
 }
 
 std::vector<CleanupTarget> targetsWithIds(const QStringList &ids)

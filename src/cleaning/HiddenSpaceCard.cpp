@@ -10,17 +10,16 @@ HiddenSpaceCard::HiddenSpaceCard(MaintenanceService &maintenance, DiskScanner &s
     , m_maintenance(maintenance)
     , m_scanner(scanner)
 {
-    connect(&m_maintenance, &MaintenanceService::localSnapshotsChanged, this, &HiddenSpaceCard::changed);
 }
 
 bool HiddenSpaceCard::isShown() const
 {
-    return m_purgeableBytes >= kShowThreshold || m_maintenance.snapshotCount() > 0;
+    return m_purgeableBytes >= kShowThreshold || m_snapshotCount > 0;
 }
 
 QString HiddenSpaceCard::detail() const
 {
-    const int count = m_maintenance.snapshotCount();
+    const int count = m_snapshotCount;
     if (count > 0) {
         return QStringLiteral("macOS calls this space \"available\" but it's still occupied — mostly by %1 local Time "
                               "Machine snapshot%2.")
@@ -39,7 +38,9 @@ QCoro::Task<void> HiddenSpaceCard::refresh()
 {
     m_purgeableBytes = m_maintenance.purgeableBytesAtHome();
     emit changed();
-    co_await m_maintenance.refreshSnapshots();
+    const std::vector<MaintenanceService::LocalSnapshot> snapshots = co_await m_maintenance.listSnapshots();
+    m_snapshotCount = int(snapshots.size());
+    emit changed();
 }
 
 void HiddenSpaceCard::reclaimNow()
@@ -55,7 +56,8 @@ QCoro::Task<void> HiddenSpaceCard::reclaim()
     m_beforeFree = m_scanner.totalFree();
     m_afterFree.reset();
     emit changed();
-    co_await m_maintenance.reclaim();
+    const MaintenanceService::ThinOutcome outcome = co_await m_maintenance.reclaim();
+    m_snapshotCount = int(outcome.snapshotsLeft.size());
     m_scanner.refreshVolumeInfo();
     m_afterFree = m_scanner.totalFree();
     m_purgeableBytes = m_maintenance.purgeableBytesAtHome();

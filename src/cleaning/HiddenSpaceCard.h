@@ -48,6 +48,7 @@ private:
     MaintenanceService &m_maintenance;
     DiskScanner &m_scanner;
     qint64 m_purgeableBytes = 0;
+    int m_snapshotCount = 0; // as last listed
     bool m_isReclaiming = false;
     std::optional<qint64> m_beforeFree;
     std::optional<qint64> m_afterFree;

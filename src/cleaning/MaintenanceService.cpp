@@ -33,14 +33,6 @@ MaintenanceService::MaintenanceService(std::filesystem::path home, const platfor
 {
 }
 
-QVariantList MaintenanceService::localSnapshotsForDisplay() const
-{
-    QVariantList rows;
-    for (const LocalSnapshot &snapshot : m_localSnapshots)
-        rows.append(QVariantMap{{QStringLiteral("id"), snapshot.id}, {QStringLiteral("label"), snapshot.label}});
-    return rows;
-}
-
 std::vector<MaintenanceService::LocalSnapshot> MaintenanceService::parseListing(const QString &output)
 {
     std::vector<LocalSnapshot> snapshots;
@@ -73,38 +65,24 @@ QCoro::Task<QString> MaintenanceService::runTool(QStringList arguments)
     co_return decoder.hasError() ? QString() : text;
 }
 
-QCoro::Task<void> MaintenanceService::refreshSnapshots()
+QCoro::Task<std::vector<MaintenanceService::LocalSnapshot>> MaintenanceService::listSnapshots()
 {
-    m_isLoadingSnapshots = true;
-    emit isLoadingSnapshotsChanged();
     // (Argument lists are built outside the coroutine frame: g++ 12 rejects braced lists of literals there.)
     const QString listing = co_await runTool(listArguments());
-    m_localSnapshots = parseListing(listing);
-    emit localSnapshotsChanged();
-    m_isLoadingSnapshots = false;
-    emit isLoadingSnapshotsChanged();
+    co_return parseListing(listing);
 }
 
-void MaintenanceService::setReclaiming(bool reclaiming)
+QCoro::Task<MaintenanceService::ThinOutcome> MaintenanceService::reclaim(qint64 purgeBytes)
 {
-    m_isReclaiming = reclaiming;
-    emit isReclaimingChanged();
-}
-
-QCoro::Task<void> MaintenanceService::reclaim(qint64 purgeBytes)
-{
-    setReclaiming(true);
-    m_lastError.reset();
+    ThinOutcome outcome;
     const qint64 before = currentFreeBytes();
     if (m_snapshotTool) {
         co_await runTool(thinArguments(purgeBytes));
+        // With no tool nothing ran, so nothing was freed, whatever else changed on the disk.
+        outcome.reclaimedBytes = std::max<qint64>(0, currentFreeBytes() - before);
     }
-    const qint64 after = currentFreeBytes();
-    // With no tool nothing ran, so nothing was freed, whatever else changed on the disk.
-    m_lastReclaimedBytes = m_snapshotTool ? std::max<qint64>(0, after - before) : 0;
-    emit lastReclaimedBytesChanged();
-    co_await refreshSnapshots();
-    setReclaiming(false);
+    outcome.snapshotsLeft = co_await listSnapshots();
+    co_return outcome;
 }
 
 qint64 MaintenanceService::currentFreeBytes() const

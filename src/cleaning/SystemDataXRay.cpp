@@ -123,12 +123,13 @@ QString rawValue(XRaySlice::Action action)
     return {};
 }
 
-SystemDataXRay::SystemDataXRay(fs::path home, platform::Platform &platform, CleanupHistoryStore &history, QObject *parent)
+SystemDataXRay::SystemDataXRay(platform::Platform &platform, CleanupService &cleanup, MaintenanceService &maintenance,
+                               QObject *parent)
     : QObject(parent)
-    , m_home(std::move(home))
+    , m_home(cleanup.home())
     , m_platform(platform)
-    , m_cleanup(new CleanupService(m_home, *platform.trash, history, this))
-    , m_maintenance(new MaintenanceService(m_home, *platform.volumes, *platform.processes, platform.snapshotTool, this))
+    , m_cleanup(cleanup)
+    , m_maintenance(maintenance)
 {
 }
 
@@ -362,11 +363,11 @@ QCoro::Task<void> SystemDataXRay::scan()
     const XRayMeasurements measured = co_await QtConcurrent::run(&SystemDataXRay::measure, m_home);
     if (!self)
         co_return;
-    m_purgeableBytes = m_maintenance->purgeableBytes(m_home);
-    co_await m_maintenance->refreshSnapshots();
+    m_purgeableBytes = m_maintenance.purgeableBytes(m_home);
+    const std::vector<MaintenanceService::LocalSnapshot> snapshots = co_await m_maintenance.listSnapshots();
     if (!self)
         co_return;
-    m_slices = buildSlices(measured, m_purgeableBytes, m_maintenance->snapshotCount(), m_home);
+    m_slices = buildSlices(measured, m_purgeableBytes, int(snapshots.size()), m_home);
     m_hasScanned = true;
     m_lastScanAt = QDateTime::currentDateTime();
     m_isScanning = false;
@@ -386,17 +387,17 @@ QCoro::Task<void> SystemDataXRay::perform(XRaySlice slice)
         const bool immediately =
             SettingsStore::deleteImmediately(*m_platform.defaults);
         QString profile = QStringLiteral("System Data X-Ray");
-        const qint64 freed = co_await m_cleanup->clean(slice.targets, std::move(profile), immediately);
+        const CleanupService::CleanOutcome report = co_await m_cleanup.clean(slice.targets, std::move(profile), immediately);
         if (!self)
             co_return;
-        const CleanupService::CleanReport &report = m_cleanup->lastCleanReport();
+        const qint64 freed = report.totalBytes;
         // Nothing went although something was there to go: a failure, in words.
         const bool failed = freed <= 0 && !report.leftBehind.empty();
         QString message = failed        ? report.leftBehind.front().reason
             : freed <= 0                ? QStringLiteral("Nothing left to clear here.")
             : immediately               ? QStringLiteral("Reclaimed %1.").arg(formatBytes(freed))
                                         : QStringLiteral("Moved %1 to the Trash — empty the Trash to finish.").arg(formatBytes(freed));
-        if (const QString notice = m_cleanup->lastCleanNotice(); !notice.isEmpty() && !failed)
+        if (const QString notice = report.notice(); !notice.isEmpty() && !failed)
             message += u' ' + notice;
         else if (!report.logError.isEmpty())
             message += QStringLiteral(" The log couldn't record it: %1").arg(report.logError);
@@ -411,16 +412,16 @@ QCoro::Task<void> SystemDataXRay::perform(XRaySlice slice)
         m_platform.revealer->reveal(slice.revealURL);
         break;
     case XRaySlice::Action::ThinSnapshots: {
-        co_await m_maintenance->reclaim();
+        const MaintenanceService::ThinOutcome thinned = co_await m_maintenance.reclaim();
         if (!self)
             co_return;
-        const qint64 released = m_maintenance->lastReclaimedBytes();
+        const qint64 released = thinned.reclaimedBytes;
         setResult(id,
                   released > 0 ? QStringLiteral("macOS released %1.").arg(formatBytes(released))
                                : QStringLiteral("Asked macOS to thin snapshots — some systems release the space in the "
                                                 "background over a few minutes."),
                   true);
-        m_purgeableBytes = m_maintenance->purgeableBytes(m_home);
+        m_purgeableBytes = m_maintenance.purgeableBytes(m_home);
         replaceBytes(id, m_purgeableBytes);
         break;
     }

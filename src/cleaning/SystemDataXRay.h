@@ -64,7 +64,7 @@ class SystemDataXRay : public QObject {
     Q_PROPERTY(QVariantMap results READ resultMap NOTIFY resultsChanged)
 
 public:
-    SystemDataXRay(std::filesystem::path home, platform::Platform &platform, CleanupHistoryStore &history,
+    SystemDataXRay(platform::Platform &platform, CleanupService &cleanup, MaintenanceService &maintenance,
                    QObject *parent = nullptr);
     ~SystemDataXRay() override;
 
@@ -108,8 +108,8 @@ private:
 
     std::filesystem::path m_home;
     platform::Platform &m_platform;
-    CleanupService *m_cleanup = nullptr;
-    MaintenanceService *m_maintenance = nullptr;
+    CleanupService &m_cleanup;
+    MaintenanceService &m_maintenance;
     std::vector<XRaySlice> m_slices;
     bool m_isScanning = false;
     bool m_hasScanned = false;

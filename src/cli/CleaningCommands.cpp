@@ -91,19 +91,17 @@ QCoro::Task<int> CommandLine::measure(Parsed parsed)
     if (!list)
         co_return usageError(QStringLiteral("no profile is called “%1”. Profiles: %2, or all.").arg(name, profileNames()));
 
-    CleanupService &cleanup = *m_app.cleanup();
-    const auto connection = QObject::connect(&cleanup, &CleanupService::stateStored, &cleanup, [&](const QString &id) {
-        showProgress(QStringLiteral("Measured %1 (%2 of %3)").arg(cleanup.states().value(id).target.name)
-                         .arg(cleanup.states().size()).arg(list->size()));
-    });
     showProgress(QStringLiteral("Measuring %1 folders…").arg(list->size()));
-    co_await cleanup.measure(*list);
-    QObject::disconnect(connection);
+    qsizetype measured = 0;
+    const auto onMeasured = [&](const CleanupTargetState &state) {
+        showProgress(QStringLiteral("Measured %1 (%2 of %3)").arg(state.target.name).arg(++measured).arg(list->size()));
+    };
+    const std::vector<CleanupTargetState> states = co_await m_app.cleanup()->measure(*list, onMeasured);
 
     qint64 total = 0;
     QJsonArray rows;
-    for (const CleanupTarget &target : *list) {
-        const CleanupTargetState state = cleanup.states().value(target.id);
+    for (const CleanupTargetState &state : states) {
+        const CleanupTarget &target = state.target;
         QJsonObject row = targetJson(target, m_app.platform().locations->home());
         row.insert(QStringLiteral("bytes"), state.bytes);
         row.insert(QStringLiteral("items"), state.childCount);
@@ -141,16 +139,15 @@ QCoro::Task<int> CommandLine::clean(Parsed parsed)
     }
     const bool deleteImmediately = parsed.flag("--delete") || m_app.settings()->deleteImmediately();
 
-    CleanupService &cleanup = *m_app.cleanup();
-    const auto connection = QObject::connect(&cleanup, &CleanupService::stateStored, &cleanup, [&](const QString &id) {
-        showProgress(QStringLiteral("Cleaning %1…").arg(cleanup.states().value(id).target.name));
-    });
-    const qint64 total = co_await cleanup.clean(chosen, displayName(*profile), deleteImmediately);
-    QObject::disconnect(connection);
+    const auto onMeasured = [&](const CleanupTargetState &state) {
+        showProgress(QStringLiteral("Cleaning %1…").arg(state.target.name));
+    };
+    const CleanupService::CleanOutcome report =
+        co_await m_app.cleanup()->clean(chosen, displayName(*profile), deleteImmediately, onMeasured);
     m_app.scanner()->refreshVolumeInfo();
 
-    const CleanupService::CleanReport &report = cleanup.lastCleanReport();
-    const CleanupHistoryEntry *entry = report.entryId.isNull() ? nullptr : m_app.history().entry(report.entryId);
+    const qint64 total = report.totalBytes;
+    const CleanupHistoryEntry *entry = report.entry ? &*report.entry : nullptr;
     const bool recorded = entry != nullptr && report.logError.isEmpty();
     const int code = report.logError.isEmpty() && report.leftBehind.empty() ? 0 : 1;
     QString unrecorded;
@@ -219,11 +216,11 @@ QCoro::Task<int> CommandLine::clean(Parsed parsed)
 QCoro::Task<int> CommandLine::snapshots(Parsed parsed)
 {
     MaintenanceService &maintenance = *m_app.maintenance();
-    co_await maintenance.refreshSnapshots();
+    const std::vector<MaintenanceService::LocalSnapshot> snapshots = co_await maintenance.listSnapshots();
     const qint64 purgeable = maintenance.purgeableBytesAtHome();
     if (parsed.flag("--json")) {
         QJsonArray list;
-        for (const auto &snapshot : maintenance.localSnapshots()) {
+        for (const auto &snapshot : snapshots) {
             list.append(QJsonObject{{QStringLiteral("id"), snapshot.id},
                                     {QStringLiteral("createdAt"), snapshot.createdAt
                                          ? QJsonValue(snapshot.createdAt->toString(Qt::ISODate)) : QJsonValue()}});
@@ -231,9 +228,9 @@ QCoro::Task<int> CommandLine::snapshots(Parsed parsed)
         printJson(QJsonObject{{QStringLiteral("snapshots"), list}, {QStringLiteral("purgeableBytes"), purgeable}});
         co_return 0;
     }
-    if (maintenance.localSnapshots().empty())
+    if (snapshots.empty())
         m_out << "No local snapshots.\n";
-    for (const auto &snapshot : maintenance.localSnapshots())
+    for (const auto &snapshot : snapshots)
         m_out << snapshot.label << "\n";
     m_out << "Purgeable space: " << formatBytes(purgeable) << "\n";
     co_return 0;
@@ -250,11 +247,11 @@ QCoro::Task<int> CommandLine::reclaim(Parsed parsed)
     }
     MaintenanceService &maintenance = *m_app.maintenance();
     showProgress(QStringLiteral("Asking the system to thin local snapshots…"));
-    co_await maintenance.reclaim(bytes);
-    const qint64 freed = maintenance.lastReclaimedBytes();
+    const MaintenanceService::ThinOutcome outcome = co_await maintenance.reclaim(bytes);
+    const qint64 freed = outcome.reclaimedBytes;
     if (parsed.flag("--json")) {
         printJson(QJsonObject{{QStringLiteral("reclaimedBytes"), freed},
-                              {QStringLiteral("snapshotsLeft"), maintenance.snapshotCount()}});
+                              {QStringLiteral("snapshotsLeft"), qint64(outcome.snapshotsLeft.size())}});
         co_return 0;
     }
     if (freed > 0)

@@ -77,7 +77,7 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
             m_out << "\n" << (i + 1) << ". " << card.title << "\n   " << label(card.riskLevel);
             if (card.estimatedSavings > 0)
                 m_out << " · est. savings " << formatBytes(card.estimatedSavings);
-            if (!card.hasAction)
+            if (!card.hasAction())
                 m_out << " · information only";
             m_out << " · id " << card.key << "\n   " << card.oneLiner << "\n";
         }
@@ -114,7 +114,7 @@ QCoro::Task<int> CommandLine::smartScan(Parsed parsed)
     for (const Recommendation &card : chosen) {
         QString state;
         QString words;
-        if (!card.hasAction) {
+        if (!card.hasAction()) {
             state = QStringLiteral("informational");
             words = QStringLiteral("This card only informs; there is nothing to apply.");
         } else {

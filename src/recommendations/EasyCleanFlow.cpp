@@ -57,7 +57,7 @@ QCoro::Task<void> EasyCleanFlow::run()
     // cards stay for the full interface.
     std::vector<Recommendation> chosen;
     for (const Recommendation &card : m_smartScan.visibleRecommendations())
-        if (card.riskLevel == Recommendation::Risk::Safe && card.hasAction && card.kind != Recommendation::Kind::Move)
+        if (card.riskLevel == Recommendation::Risk::Safe && card.hasAction() && card.kind != Recommendation::Kind::Move)
             chosen.push_back(card);
     const auto count = static_cast<int>(chosen.size());
     for (int i = 0; i < count; ++i) {

@@ -88,7 +88,7 @@ QVariantMap Recommendation::toVariant() const
             {QStringLiteral("icon"), icon},
             {QStringLiteral("tint"), tint},
             {QStringLiteral("subjectPath"), subjectPath ? pathToText(*subjectPath) : QString()},
-            {QStringLiteral("hasAction"), hasAction}};
+            {QStringLiteral("hasAction"), hasAction()}};
 }
 
 Recommendation makeCleanRecommendation(const CleanupTarget &target, qint64 bytes, const QUuid &id,
@@ -120,7 +120,7 @@ Recommendation makeCleanRecommendation(const CleanupTarget &target, qint64 bytes
     case Recommendation::Risk::Advanced: card.tint = QStringLiteral("red"); break;
     }
     card.subjectPath = folder;
-    card.hasAction = true;
+    card.action = CleanAction{target};
     return card;
 }
 
@@ -143,7 +143,7 @@ Recommendation makeMoveRecommendation(const QString &category, qint64 bytes, con
             .arg(displayPath(folder));
     card.icon = QStringLiteral("externaldrive.badge.plus");
     card.tint = QString::fromLatin1(kIndigo);
-    card.hasAction = true;
+    card.action = MoveAction{folder, bytes, category};
     return card;
 }
 
@@ -183,7 +183,7 @@ Recommendation makeSnapshotRecommendation(int snapshotCount)
     card.estimatedSavings = 5368709120; // 5 GiB: an estimate that only ranks the card
     card.icon = QStringLiteral("externaldrive.fill.badge.timemachine");
     card.tint = QString::fromLatin1(kIndigo);
-    card.hasAction = true;
+    card.action = ThinAction{};
     return card;
 }
 

@@ -7,6 +7,7 @@
 #include <QVariantMap>
 #include <filesystem>
 #include <optional>
+#include <variant>
 
 namespace tessoly {
 
@@ -26,8 +27,20 @@ struct ApplyResult {
     static ApplyResult failure(QString message) { return {Outcome::Failure, 0, 0, std::move(message)}; }
 };
 
-// One ranked suggestion of Smart Scan: its words, size, risk and whether it
-// has an action. The action itself lives in the service, keyed by id.
+// What applying a card does: empty a catalogue folder, move a folder to an
+// external drive, or thin local snapshots. Cards that only inform have none.
+struct CleanAction {
+    CleanupTarget target;
+};
+struct MoveAction {
+    std::filesystem::path source;
+    qint64 bytes = 0;
+    QString category;
+};
+struct ThinAction {};
+using RecommendationAction = std::variant<std::monostate, CleanAction, MoveAction, ThinAction>;
+
+// One ranked suggestion of Smart Scan: its words, size, risk and its action.
 struct Recommendation {
     enum class Kind { Reclaim, Move, Clean, Organize, Info, Maintenance };
     enum class Risk { Safe, Caution, Advanced };
@@ -45,7 +58,9 @@ struct Recommendation {
     QString icon;
     QString tint; // "indigo", "orange" or "red"
     std::optional<std::filesystem::path> subjectPath{};
-    bool hasAction = false;
+    RecommendationAction action{};
+
+    [[nodiscard]] bool hasAction() const { return !std::holds_alternative<std::monostate>(action); }
 
     // For the screens and --json: id, key, kind, title, oneLiner, explanation,
     // estimatedSavings, risk, riskLabel, icon, tint, subjectPath, hasAction.

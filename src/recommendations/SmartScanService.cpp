@@ -27,9 +27,6 @@ SmartScanService::SmartScanService(platform::Platform &platform, Shared shared, 
     , m_shared(shared)
     , m_home(platform.locations->home())
 {
-    // Instances of its own: what they measure is not what the screens show.
-    m_cleanup = new CleanupService(m_home, *platform.trash, shared.history, this);
-    m_maintenance = new MaintenanceService(m_home, *platform.volumes, *platform.processes, platform.snapshotTool, this);
     m_moveSuggestions = new MoveSuggestions(m_home, this);
 }
 
@@ -154,7 +151,6 @@ QCoro::Task<void> SmartScanService::scan()
     m_shared.scanner.refreshVolumeInfo();
     m_shared.forecast.recordSample(m_shared.scanner.totalUsed(), m_shared.scanner.totalCapacity());
     setScanProgress(QStringLiteral("Measuring caches and developer files…"));
-    m_cleanTargetsByRecId.clear();
 
     // The four detectors run side by side; each starts at once.
     QCoro::Task<std::vector<Recommendation>> cleans = detectCleanups();
@@ -200,17 +196,14 @@ QCoro::Task<std::vector<Recommendation>> SmartScanService::detectCleanups()
             folders.push_back(std::move(folder));
         }
     }
-    co_await m_cleanup->measure(targets);
+    const std::vector<CleanupTargetState> states = co_await m_shared.cleanup.measure(targets);
 
     std::vector<Recommendation> cards;
     for (std::size_t i = 0; i < targets.size(); ++i) {
-        const auto state = m_cleanup->states().find(targets[i].id);
-        if (state == m_cleanup->states().end() || state->bytes <= cleanCardMinimumBytes)
+        const CleanupTargetState &state = states[i];
+        if (state.bytes <= cleanCardMinimumBytes)
             continue;
-        const QUuid id = QUuid::createUuid();
-        m_cleanTargetsByRecId.insert(id, targets[i]);
-        m_cleanActions.insert(id, targets[i]);
-        cards.push_back(makeCleanRecommendation(targets[i], state->bytes, id, folders[i]));
+        cards.push_back(makeCleanRecommendation(targets[i], state.bytes, QUuid::createUuid(), folders[i]));
     }
     co_return cards;
 }
@@ -222,7 +215,6 @@ QCoro::Task<std::vector<Recommendation>> SmartScanService::detectMoves()
     for (const MoveSuggestions::Suggestion &suggestion : m_moveSuggestions->suggestions()) {
         Recommendation card = makeMoveRecommendation(suggestion.category, suggestion.bytes, suggestion.url);
         card.key = moveCardKey(suggestion.url, m_home);
-        m_moveActions.insert(card.id, MoveAction{suggestion.url, suggestion.bytes, suggestion.category});
         cards.push_back(std::move(card));
     }
     co_return cards;
@@ -230,10 +222,10 @@ QCoro::Task<std::vector<Recommendation>> SmartScanService::detectMoves()
 
 QCoro::Task<std::vector<Recommendation>> SmartScanService::detectSnapshots()
 {
-    co_await m_maintenance->refreshSnapshots();
-    if (m_maintenance->localSnapshots().empty())
+    const std::vector<MaintenanceService::LocalSnapshot> snapshots = co_await m_shared.maintenance.listSnapshots();
+    if (snapshots.empty())
         co_return std::vector<Recommendation>{};
-    co_return std::vector<Recommendation>{makeSnapshotRecommendation(m_maintenance->snapshotCount())};
+    co_return std::vector<Recommendation>{makeSnapshotRecommendation(int(snapshots.size()))};
 }
 
 std::vector<Recommendation> SmartScanService::detectForecast() const
@@ -263,21 +255,19 @@ void SmartScanService::skip(const QUuid &id)
 
 QCoro::Task<void> SmartScanService::apply(Recommendation recommendation)
 {
-    if (!recommendation.hasAction)
+    if (!recommendation.hasAction())
         co_return;
     const QUuid id = recommendation.id;
     setStatus(id, {ApplyStatus::State::Running, QStringLiteral("Working…")});
 
     QPointer<SmartScanService> self(this);
     ApplyResult result;
-    if (recommendation.kind == Recommendation::Kind::Clean && m_cleanActions.contains(id))
-        result = co_await applyClean(m_cleanActions.value(id));
-    else if (recommendation.kind == Recommendation::Kind::Maintenance)
+    if (const auto *clean = std::get_if<CleanAction>(&recommendation.action))
+        result = co_await applyClean(clean->target);
+    else if (std::holds_alternative<ThinAction>(recommendation.action))
         result = co_await applySnapshots();
-    else if (recommendation.kind == Recommendation::Kind::Move && m_moveActions.contains(id))
-        result = co_await applyMove(id, m_moveActions.value(id));
-    else
-        result = ApplyResult::failure(QStringLiteral("Service unavailable."));
+    else if (const auto *move = std::get_if<MoveAction>(&recommendation.action))
+        result = co_await applyMove(id, *move);
     if (!self)
         co_return;
 
@@ -333,23 +323,22 @@ QCoro::Task<void> SmartScanService::reconcileAfterApply(Recommendation recommend
     }
     std::vector<std::pair<QUuid, CleanupTarget>> pairs;
     for (const Recommendation &card : visibleRecommendations())
-        if (const auto it = m_cleanTargetsByRecId.find(card.id); it != m_cleanTargetsByRecId.end())
-            pairs.emplace_back(card.id, *it);
+        if (const auto *clean = std::get_if<CleanAction>(&card.action))
+            pairs.emplace_back(card.id, clean->target);
     if (pairs.empty())
         co_return;
     std::vector<CleanupTarget> targets;
     for (const auto &pair : pairs)
         targets.push_back(pair.second);
     QPointer<SmartScanService> self(this);
-    co_await m_cleanup->measure(std::move(targets));
+    const std::vector<CleanupTargetState> states = co_await m_shared.cleanup.measure(std::move(targets));
     if (!self)
         co_return;
 
     bool changed = false;
-    for (const auto &[id, target] : pairs) {
-        const auto state = m_cleanup->states().find(target.id);
-        if (state == m_cleanup->states().end())
-            continue;
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        const auto &[id, target] = pairs[i];
+        const CleanupTargetState *state = &states[i];
         const auto card = std::find_if(m_recommendations.begin(), m_recommendations.end(),
                                        [&id](const Recommendation &r) { return r.id == id; });
         if (state->bytes <= cleanCardMinimumBytes) {
@@ -371,7 +360,7 @@ QCoro::Task<ApplyResult> SmartScanService::applyClean(CleanupTarget target)
     // Arguments named first: g++ 12 can't take a string literal inside a co_await expression.
     std::vector<CleanupTarget> targets{target};
     QString profileName = QStringLiteral("Smart Scan");
-    const qint64 bytes = co_await m_cleanup->clean(std::move(targets), std::move(profileName), immediately);
+    const qint64 bytes = (co_await m_shared.cleanup.clean(std::move(targets), std::move(profileName), immediately)).totalBytes;
     if (bytes < 1)
         co_return ApplyResult::notNeeded(QStringLiteral("Nothing left to clear in %1 — it's already clean.").arg(target.name));
     if (immediately)
@@ -384,7 +373,7 @@ QCoro::Task<ApplyResult> SmartScanService::applyClean(CleanupTarget target)
 QCoro::Task<ApplyResult> SmartScanService::applySnapshots()
 {
     const qint64 before = m_shared.scanner.totalFree();
-    co_await m_maintenance->reclaim();
+    co_await m_shared.maintenance.reclaim();
     m_shared.scanner.refreshVolumeInfo();
     const qint64 gain = std::max<qint64>(0, m_shared.scanner.totalFree() - before);
     if (gain >= 1)

@@ -69,6 +69,8 @@ public:
         ExternalDestinationStore &destinations;
         MoveFileOperations &moveOperations;
         CleanupHistoryStore &history;
+        CleanupService &cleanup;
+        MaintenanceService &maintenance;
     };
 
     static constexpr qint64 cleanCardMinimumBytes = bytesPerGiB; // strictly more than this
@@ -96,9 +98,6 @@ public:
     [[nodiscard]] QVariantMap applyStatusMap() const;
     // "running", "succeeded" or "failed".
     [[nodiscard]] static QString stateName(ApplyStatus::State state);
-    // The service's own instances, for what they last measured.
-    [[nodiscard]] CleanupService &cleanup() const { return *m_cleanup; }
-    [[nodiscard]] MaintenanceService &maintenance() const { return *m_maintenance; }
 
     QCoro::Task<void> scan();
     QCoro::Task<void> apply(Recommendation recommendation);
@@ -124,11 +123,6 @@ signals:
     void applyStatusesChanged();
 
 private:
-    struct MoveAction {
-        std::filesystem::path source;
-        qint64 bytes = 0;
-        QString category;
-    };
 
     QCoro::Task<std::vector<Recommendation>> detectCleanups();
     QCoro::Task<std::vector<Recommendation>> detectMoves();
@@ -151,8 +145,6 @@ private:
     platform::Platform &m_platform;
     Shared m_shared;
     std::filesystem::path m_home;
-    CleanupService *m_cleanup = nullptr;
-    MaintenanceService *m_maintenance = nullptr;
     MoveSuggestions *m_moveSuggestions = nullptr;
 
     std::vector<Recommendation> m_recommendations;
@@ -166,11 +158,6 @@ private:
     qint64 m_totalPendingInTrash = 0;
     std::optional<Toast> m_lastToast;
     QHash<QUuid, ApplyStatus> m_applyStatuses;
-    // The cards that reconciliation re-measures; emptied at each scan.
-    QHash<QUuid, CleanupTarget> m_cleanTargetsByRecId;
-    // What each card's action works on; a card keeps its action across a re-scan.
-    QHash<QUuid, CleanupTarget> m_cleanActions;
-    QHash<QUuid, MoveAction> m_moveActions;
     std::chrono::milliseconds m_completionDelay{1200};
 };
 

@@ -18,6 +18,7 @@ Services::Services(TessolyApp &app)
     : QObject(&app)
     , m_app(&app)
     , m_prompter(new DialogPrompter(this))
+    , m_profiles(new ProfilesModel(*app.cleanup(), this))
 {
     app.setPrompter(m_prompter);
 }

@@ -6,12 +6,11 @@
 #include "analysis/DiskScanner.h"
 #include "analysis/UniversalSearchService.h"
 #include "history/CleanupHistoryModel.h"
-#include "cleaning/CleanupService.h"
 #include "cleaning/DevDeepClean.h"
 #include "cleaning/DuplicateFinder.h"
 #include "cleaning/SystemDataXRay.h"
 #include "cleaning/HiddenSpaceCard.h"
-#include "cleaning/MaintenanceService.h"
+#include "ui/ProfilesModel.h"
 #include "core/OnboardingState.h"
 #include "core/SettingsStore.h"
 #include "application/TessolyApp.h"
@@ -43,8 +42,7 @@ class Services : public QObject {
     Q_PROPERTY(tessoly::OnboardingState *onboarding READ onboarding CONSTANT)
     Q_PROPERTY(tessoly::SettingsStore *settings READ settings CONSTANT)
     Q_PROPERTY(tessoly::CleanupHistoryModel *history READ history CONSTANT)
-    Q_PROPERTY(tessoly::MaintenanceService *maintenance READ maintenance CONSTANT)
-    Q_PROPERTY(tessoly::CleanupService *cleanup READ cleanup CONSTANT)
+    Q_PROPERTY(tessoly::ProfilesModel *profiles READ profiles CONSTANT)
     Q_PROPERTY(tessoly::HiddenSpaceCard *hiddenSpace READ hiddenSpace CONSTANT)
     Q_PROPERTY(tessoly::ExternalDriveManager *drives READ drives CONSTANT)
     Q_PROPERTY(tessoly::SymlinkInventory *inventory READ inventory CONSTANT)
@@ -75,8 +73,7 @@ public:
     [[nodiscard]] OnboardingState *onboarding() const { return m_app->onboarding(); }
     [[nodiscard]] SettingsStore *settings() const { return m_app->settings(); }
     [[nodiscard]] CleanupHistoryModel *history() const { return m_app->historyModel(); }
-    [[nodiscard]] MaintenanceService *maintenance() const { return m_app->maintenance(); }
-    [[nodiscard]] CleanupService *cleanup() const { return m_app->cleanup(); }
+    [[nodiscard]] ProfilesModel *profiles() const { return m_profiles; }
     [[nodiscard]] HiddenSpaceCard *hiddenSpace() const { return m_app->hiddenSpace(); }
     [[nodiscard]] ExternalDriveManager *drives() const { return m_app->drives(); }
     [[nodiscard]] SymlinkInventory *inventory() const { return m_app->inventory(); }
@@ -112,6 +109,7 @@ private:
     explicit Services(TessolyApp &app);
     QPointer<TessolyApp> m_app;
     DialogPrompter *m_prompter = nullptr;
+    ProfilesModel *m_profiles = nullptr;
 };
 
 // Sizes and other numbers as every screen shows them.
@@ -167,16 +165,6 @@ struct SettingsStoreForeign {
 struct OnboardingStateForeign {
     Q_GADGET
     QML_FOREIGN(tessoly::OnboardingState)
-    QML_ANONYMOUS
-};
-struct CleanupServiceForeign {
-    Q_GADGET
-    QML_FOREIGN(tessoly::CleanupService)
-    QML_ANONYMOUS
-};
-struct MaintenanceServiceForeign {
-    Q_GADGET
-    QML_FOREIGN(tessoly::MaintenanceService)
     QML_ANONYMOUS
 };
 struct HiddenSpaceCardForeign {

@@ -46,10 +46,16 @@ struct Cleaning : ::testing::Test {
     platform::FreedesktopTrash trash{home.trash(), ::getuid()};
     CleanupHistoryStore history{home.historyFile(), trash};
     CleanupService service{home.path(), trash, history};
+    // What the cleaner told last of each folder, and the last clean's outcome.
+    std::map<QString, CleanupTargetState> told;
+    CleanupService::CleanOutcome last;
 
+    void tell(const CleanupTargetState &state) { told[state.target.id] = state; }
     qint64 clean(const std::vector<CleanupTarget> &targets, bool deleteImmediately = false)
     {
-        return runTask(service.clean(targets, QStringLiteral("Test"), deleteImmediately));
+        last = runTask(service.clean(targets, QStringLiteral("Test"), deleteImmediately,
+                                     [this](const CleanupTargetState &state) { tell(state); }));
+        return last.totalBytes;
     }
 };
 
@@ -87,13 +93,13 @@ TEST_F(Cleaning, MeasureReadsEveryKindOfFolderAndNothingToCleanMeansNoLogEntry)
     // The test's own folders, not the app's data folder (".local" sorts first).
     const auto tree = [&] { const std::string all = describeTree(h); return all.substr(all.find("a-file ")); };
     const std::string before = tree();
-    QSignalSpy measuring(&service, &CleanupService::isMeasuringChanged);
-    runTask(service.measure({target("full", "full"), target("missing", "missing"), target("hidden", "hidden-only"),
-                             target("file", "a-file"), target("linked", "linked"), target("absolute", qtPath(h / "full"))}));
-    EXPECT_EQ(measuring.count(), 2);
-    EXPECT_FALSE(service.isMeasuring());
-
-    const auto &states = service.states();
+    const std::vector<CleanupTargetState> measured = runTask(service.measure(
+        {target("full", "full"), target("missing", "missing"), target("hidden", "hidden-only"), target("file", "a-file"),
+         target("linked", "linked"), target("absolute", qtPath(h / "full"))},
+        [this](const CleanupTargetState &state) { tell(state); }));
+    ASSERT_EQ(measured.size(), 6u);
+    EXPECT_EQ(measured[4].target.id, "linked"); // in the order asked
+    auto &states = told;
     EXPECT_EQ(states["full"].childCount, 2);
     EXPECT_GE(states["full"].bytes, 78000);
     EXPECT_LT(states["full"].bytes, 90000 + 78000);
@@ -109,7 +115,7 @@ TEST_F(Cleaning, MeasureReadsEveryKindOfFolderAndNothingToCleanMeansNoLogEntry)
                      target("linked", "linked")}),
               0);
     EXPECT_EQ(clean({}), 0);
-    EXPECT_EQ(service.lastReclaimedBytes(), 0);
+    EXPECT_FALSE(last.entry.has_value());
     EXPECT_TRUE(history.entries().empty());
     EXPECT_EQ(tree(), before);
 
@@ -135,7 +141,6 @@ TEST_F(Cleaning, CleanEmptiesTheFolderKeepsItAndLogsWhatWent)
 
     const qint64 total = clean({target("ff", "Library/Caches/Firefox"), target("ff-again", "Library/Caches/Firefox")});
     EXPECT_GT(total, 52000);
-    EXPECT_EQ(service.lastReclaimedBytes(), total);
     EXPECT_TRUE(fs::is_directory(cache)); // the folder itself stays
     EXPECT_EQ(readFile(cache / ".parentlock"), "lock");
     EXPECT_EQ(readFile(outside / "source.c"), "int main(){}"); // the link went, not what it points to
@@ -143,6 +148,7 @@ TEST_F(Cleaning, CleanEmptiesTheFolderKeepsItAndLogsWhatWent)
     const CleanupHistoryEntry &entry = history.entries().front();
     EXPECT_EQ(entry.items.size(), 3u); // the second row found the folder empty
     EXPECT_EQ(entry.bytesReclaimed, total);
+    EXPECT_EQ(last.entry->id, entry.id);
     qint64 sum = 0;
     for (const auto &item : entry.items) {
         ASSERT_TRUE(item.trashedPath.has_value());
@@ -150,7 +156,7 @@ TEST_F(Cleaning, CleanEmptiesTheFolderKeepsItAndLogsWhatWent)
         sum += item.bytes;
     }
     EXPECT_EQ(sum, total);
-    EXPECT_EQ(service.states()["ff"].childCount, 0); // measured again after emptying
+    EXPECT_EQ(told["ff"].childCount, 0); // measured again after emptying
 
     const ProcessRun listed = runProcess("trash-list", {});
     EXPECT_TRUE(listed.out.contains(QByteArray::fromStdString((cache / "startupCache").native()))) << listed.out.toStdString();
@@ -180,7 +186,7 @@ TEST_F(Cleaning, ProtectedEntryStaysAndIsLeftOutOfTotalAndLog)
     ASSERT_EQ(history.entries().size(), 1u);
     ASSERT_EQ(history.entries().front().items.size(), 1u);
     EXPECT_EQ(history.entries().front().items.front().originalPath, folder / "free.tar.gz");
-    EXPECT_EQ(service.states()["brew"].childCount, 1); // the second measurement still sees it
+    EXPECT_EQ(told["brew"].childCount, 1); // the second measurement still sees it
 }
 
 TEST_F(Cleaning, ACacheOnItsOwnFileSystemSaysItsTrashFreesNothingYetAndTheXRayCountsThatTrash)
@@ -197,8 +203,8 @@ TEST_F(Cleaning, ACacheOnItsOwnFileSystemSaysItsTrashFreesNothingYetAndTheXRayCo
     const qint64 freed = clean({target("yarn", "Library/Caches/Yarn")});
     EXPECT_GT(freed, 0);
     EXPECT_TRUE(fs::exists(cache / (".Trash-" + std::to_string(::getuid())) / "files/v6/package.tgz"));
-    EXPECT_EQ(service.lastCleanReport().trashedElsewhereBytes, freed);
-    EXPECT_TRUE(service.lastCleanNotice().contains("went to a Trash on the file system it lives on")) << service.lastCleanNotice().toStdString();
+    EXPECT_EQ(last.trashedElsewhereBytes, freed);
+    EXPECT_TRUE(last.notice().contains("went to a Trash on the file system it lives on")) << last.notice().toStdString();
     // The Trash slice counts that Trash beside the home's.
     EXPECT_GE(SystemDataXRay::sizeOf(".Trash (all)", home.path()), freed);
     // And the entry still puts it back.

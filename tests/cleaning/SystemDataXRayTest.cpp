@@ -5,6 +5,7 @@
 #include "../moves/MovesSupport.h"
 #include "../recommendations/ScanSupport.h"
 #include "analysis/DiskScanner.h"
+#include "cleaning/CleanupService.h"
 #include "cleaning/HiddenSpaceCard.h"
 #include "cleaning/MaintenanceService.h"
 #include "cleaning/SystemDataXRay.h"
@@ -13,6 +14,7 @@
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/LinuxPlatform.h"
 
+#include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -36,6 +38,8 @@ struct XRay : ::testing::Test {
     std::unique_ptr<platform::Platform> platform = platform::makeLinuxPlatform();
     RecordingRevealer *revealer = nullptr;
     CleanupHistoryStore history{home.historyFile(), *platform->trash};
+    CleanupService cleanup{home.path(), *platform->trash, history};
+    MaintenanceService maintenance{home.path(), *platform->volumes, *platform->processes, std::nullopt};
     XRay()
     {
         auto recording = std::make_unique<RecordingRevealer>();
@@ -102,7 +106,7 @@ TEST_F(XRay, LinuxPlacesAreMeasuredAndTheTrashComesOutOfAppData)
     EXPECT_EQ(measured.nested.value("xray.appsupport"), 2 * MiB);
     EXPECT_EQ(measured.nested.value("xray.containers"), 0);
 
-    SystemDataXRay xray(home.path(), *platform, history);
+    SystemDataXRay xray(*platform, cleanup, maintenance);
     runTask(xray.scan());
     ASSERT_TRUE(xray.hasScanned());
     const auto &slices = xray.slices();
@@ -126,7 +130,7 @@ TEST_F(XRay, AFolderThatIsALinkMeasuresNothing)
     allocate(home.path() / "elsewhere/cache/blob", 5 * MiB);
     fs::create_symlink(home.path() / "elsewhere/cache", home.cacheHome());
     EXPECT_EQ(SystemDataXRay::sizeOf("Library/Caches", home.path()), 0);
-    SystemDataXRay xray(home.path(), *platform, history);
+    SystemDataXRay xray(*platform, cleanup, maintenance);
     runTask(xray.scan());
     EXPECT_EQ(sliceOf(xray.slices(), "xray.usercaches"), nullptr);
 }
@@ -136,7 +140,7 @@ TEST_F(XRay, CleaningRunsOnceAndTheSliceKeepsItsPlace)
     allocate(home.cacheHome() / "a/blob", 2 * MiB);
     allocate(home.cacheHome() / "b/blob", MiB);
     allocate(home.dataHome() / "big/data", 40 * MiB);
-    SystemDataXRay xray(home.path(), *platform, history);
+    SystemDataXRay xray(*platform, cleanup, maintenance);
     runTask(xray.scan());
     const auto before = xray.slices();
     const auto place = std::find_if(before.begin(), before.end(), [](const XRaySlice &s) { return s.id == u"xray.usercaches"; });
@@ -184,29 +188,26 @@ TEST(SnapshotListing, ParsesStampsInOrderAndKeepsUnreadableOnes)
 TEST_F(Snapshots, ListsAndThinsThroughTheRealChildProcessPathAndNothingWithoutATool)
 {
     MaintenanceService service(home.path(), volumes, processes, fakeSnapshotTool(home.path(), 3));
-    runTask(service.refreshSnapshots());
-    EXPECT_EQ(service.snapshotCount(), 3);
+    EXPECT_EQ(runTask(service.listSnapshots()).size(), 3u);
 
     volumes.step = 4096; // free space grows while thinning
-    runTask(service.reclaim(MaintenanceService::kDefaultPurgeBytes));
-    EXPECT_EQ(service.lastReclaimedBytes(), 4096);
-    EXPECT_FALSE(service.isReclaiming());
+    const MaintenanceService::ThinOutcome thinned = runTask(service.reclaim(MaintenanceService::kDefaultPurgeBytes));
+    EXPECT_EQ(thinned.reclaimedBytes, 4096);
+    EXPECT_EQ(thinned.snapshotsLeft.size(), 3u);
     EXPECT_EQ(readFile(home.path() / "calls.txt"),
               "listlocalsnapshots /\nthinLocalSnapshots / 53687091200 4\nlistlocalsnapshots /\n");
 
     volumes.step = -10'000; // and falls
-    runTask(service.reclaim(5368709120));
-    EXPECT_EQ(service.lastReclaimedBytes(), 0);
+    EXPECT_EQ(runTask(service.reclaim(5368709120)).reclaimedBytes, 0);
 
     // A tool that isn't there lists nothing; without a tool nothing is freed.
     MaintenanceService missing(home.path(), volumes, processes, home.path() / "no-such-tool");
-    runTask(missing.refreshSnapshots());
-    EXPECT_EQ(missing.snapshotCount(), 0);
+    EXPECT_TRUE(runTask(missing.listSnapshots()).empty());
     MaintenanceService none(home.path(), volumes, processes, std::nullopt);
     volumes.step = 4096;
-    runTask(none.reclaim(MaintenanceService::kDefaultPurgeBytes));
-    EXPECT_EQ(none.snapshotCount(), 0);
-    EXPECT_EQ(none.lastReclaimedBytes(), 0);
+    const MaintenanceService::ThinOutcome nothing = runTask(none.reclaim(MaintenanceService::kDefaultPurgeBytes));
+    EXPECT_TRUE(nothing.snapshotsLeft.empty());
+    EXPECT_EQ(nothing.reclaimedBytes, 0);
 }
 
 TEST_F(Snapshots, PurgeableNeverBelowZeroAndTheCardsThreshold)
@@ -221,8 +222,9 @@ TEST_F(Snapshots, PurgeableNeverBelowZeroAndTheCardsThreshold)
     volumes.available = 0;
     // appear() lists the snapshots in the background: wait for each listing to end.
     const auto appear = [&] {
+        QSignalSpy listed(&card, &HiddenSpaceCard::changed);
         card.appear();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return !service.isLoadingSnapshots(); }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return listed.count() >= 2; })); // the figure, then the listing
     };
     volumes.important = HiddenSpaceCard::kShowThreshold - 1;
     appear();

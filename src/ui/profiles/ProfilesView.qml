@@ -6,7 +6,7 @@ import Tessoly
 // Cleanup by persona: pick a profile, see what its folders hold, tick, clean.
 Item {
     id: view
-    property var cleanup: Services.cleanup
+    property var cleanup: Services.profiles
     property string selectedProfile: ""
     property var selectedTargetIds: []
     property bool working: false
