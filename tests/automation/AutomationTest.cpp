@@ -6,6 +6,8 @@
 #include "automation/NotificationManager.h"
 #include "automation/StatusMenu.h"
 #include "automation/StorageAutopilot.h"
+#include "cleaning/CleanupService.h"
+#include "cleaning/MaintenanceService.h"
 #include "history/CleanupHistoryStore.h"
 #include "core/SettingsStore.h"
 #include "platform/Platform.h"
@@ -54,6 +56,8 @@ struct Automation : ::testing::Test {
     platform::Platform platform;
     ScriptedVolumes *volumes = nullptr;
     std::unique_ptr<CleanupHistoryStore> history;
+    std::unique_ptr<CleanupService> cleanup;
+    std::unique_ptr<MaintenanceService> maintenance;
     std::unique_ptr<SettingsStore> settings;
     RecordingNotices notices;
     QDateTime now = QDateTime(QDate(2026, 11, 23), QTime(12, 0), Qt::UTC);
@@ -73,14 +77,16 @@ struct Automation : ::testing::Test {
         platform.snapshotTool = tool;
         history = std::make_unique<CleanupHistoryStore>(home.historyFile(), *platform.trash);
         settings = std::make_unique<SettingsStore>(*platform.defaults);
+        cleanup = std::make_unique<CleanupService>(home.path(), *platform.trash, *history);
+        maintenance = std::make_unique<MaintenanceService>(home.path(), *platform.volumes, *platform.processes, tool);
     }
     std::unique_ptr<StorageAutopilot> autopilot()
     {
-        return std::make_unique<StorageAutopilot>(home.path(), platform, *settings, *history, notices, [this] { return now; });
+        return std::make_unique<StorageAutopilot>(platform, *settings, *cleanup, *maintenance, notices, [this] { return now; });
     }
     std::unique_ptr<AutoCleanupScheduler> scheduler()
     {
-        return std::make_unique<AutoCleanupScheduler>(home.path(), platform, *settings, *history, notices, [this] { return now; });
+        return std::make_unique<AutoCleanupScheduler>(platform, *settings, *cleanup, notices, [this] { return now; });
     }
     std::string thinRequests() const { return fs::exists(thinCalls) ? readFile(thinCalls) : std::string(); }
 };

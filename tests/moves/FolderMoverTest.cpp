@@ -296,6 +296,29 @@ TEST_F(Mover, FilesThatGrowAppearOrVanishDuringTheCopyDontFailTheMove)
     EXPECT_EQ(readFile(destination / "a/notes.md"), "# notes\n"); // deleted from the source, kept in the copy
 }
 
+// A file born just before the original steps aside that can't be carried
+// over: the original comes back whole, with it, and the copy goes.
+TEST_F(Mover, ALastFileThatCantBeCarriedOverKeepsTheOriginal)
+{
+    const std::string contents = describeTree(source);
+    operations.onMove = [&](const fs::path &from, const fs::path &to) {
+        if (from == source)
+            writeFile(source / "a/just-before.txt", "late");
+        return operations.MoveFileOperations::moveItem(from, to);
+    };
+    operations.onCopy = [&](const fs::path &from, const fs::path &to) {
+        return from.filename() == "just-before.txt" ? QStringLiteral("Input/output error") : operations.realCopy(from, to);
+    };
+    const MoveProgress failed = run();
+    EXPECT_EQ(failed.error.kind, Kind::VerificationFailed) << failed.text().toStdString();
+    EXPECT_EQ(readFile(source / "a/just-before.txt"), "late");
+    fs::remove(source / "a/just-before.txt");
+    EXPECT_EQ(describeTree(source), contents);
+    EXPECT_FALSE(fs::exists(fs::symlink_status(destination)));
+    EXPECT_TRUE(pendingEntries(source.parent_path()).empty());
+    EXPECT_TRUE(history.entries().empty());
+}
+
 TEST_F(Mover, UnrepairableFilesAreNamedAndTheCopyRemoved)
 {
     fs::remove_all(source);
