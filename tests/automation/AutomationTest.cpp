@@ -32,15 +32,6 @@ namespace {
 
 constexpr qint64 GiB = 1073741824;
 
-class ScriptedVolumes : public platform::VolumeInfo {
-public:
-    qint64 free = 100 * GiB;
-    std::optional<platform::VolumeAttributes> attributesOfFileSystem(const fs::path &) const override
-    {
-        return platform::VolumeAttributes{500 * GiB, free, free, free};
-    }
-};
-
 struct RecordingNotices : AutomationNotices {
     QStringList said;
     void notifyAutopilotRan(qint64 freed, qint64 freeNow, int minFreeGB) override

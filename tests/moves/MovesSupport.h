@@ -107,12 +107,6 @@ public:
     }
 };
 
-class RecordingRevealer final : public platform::Revealer {
-public:
-    std::vector<std::filesystem::path> revealed;
-    void reveal(const std::filesystem::path &item) override { revealed.push_back(item); }
-};
-
 // Write grants with one folder granted, as after "Allow" in the grant panel
 // (the folder is made if needed).
 struct GrantedDestinations {

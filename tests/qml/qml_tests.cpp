@@ -54,31 +54,6 @@ void countWarnings(QtMsgType type, const QMessageLogContext &context, const QStr
     g_previousHandler(type, context, message);
 }
 
-// Scripted disk figures. When a home is followed, its files take their room out
-// of the free space, as on a real disk: deleting frees it, moving to the Trash doesn't.
-class ScriptedVolumes : public platform::VolumeInfo {
-public:
-    std::optional<platform::VolumeAttributes> figures = platform::VolumeAttributes{500'000'000'000, 123'400'000'000};
-    fs::path followedHome;
-    std::optional<platform::VolumeAttributes> attributesOfFileSystem(const fs::path &) const override
-    {
-        if (!figures || followedHome.empty())
-            return figures;
-        platform::VolumeAttributes shown = *figures;
-        const qint64 taken = platform::walkTree(followedHome).allocatedBytes;
-        for (std::optional<qint64> *free : {&shown.systemFreeSize, &shown.availableCapacity, &shown.availableCapacityForImportantUsage})
-            if (free->has_value())
-                **free -= taken;
-        return shown;
-    }
-};
-
-class RecordingRevealer : public platform::Revealer {
-public:
-    QString last; // what it was last asked to show
-    void reveal(const fs::path &item) override { last = QString::fromStdString(item.native()); }
-};
-
 // Drives as the screens' tests set them; each stands for a real folder.
 class ScriptedMounts : public platform::MountedVolumes {
 public:
@@ -100,9 +75,10 @@ public:
         auto platform = std::make_unique<platform::Platform>();
         platform->locations = std::make_unique<platform::LinuxLocations>();
         platform->defaults = std::make_unique<platform::JsonDefaultsStore>(m_home.defaultsFile());
-        platform->volumes = std::unique_ptr<ScriptedVolumes>(m_volumes = new ScriptedVolumes);
+        platform->volumes = std::unique_ptr<test::ScriptedVolumes>(m_volumes = new test::ScriptedVolumes);
+        m_volumes->free = 123'400'000'000;
         platform->trash = std::make_unique<platform::FreedesktopTrash>(m_home.trash(), ::getuid());
-        platform->revealer = std::unique_ptr<RecordingRevealer>(m_revealer = new RecordingRevealer);
+        platform->revealer = std::unique_ptr<test::RecordingRevealer>(m_revealer = new test::RecordingRevealer);
         platform->processes = std::make_unique<platform::QtProcessRunner>();
         platform->mounts = std::unique_ptr<ScriptedMounts>(m_mounts = new ScriptedMounts);
         // A bus that isn't there: the screens' tests never notify the desktop.
@@ -117,7 +93,7 @@ public:
         Services::install(*m_app);
     }
 
-    Q_INVOKABLE QString lastRevealed() const { return m_revealer->last; }
+    Q_INVOKABLE QString lastRevealed() const { return m_revealer->revealed.empty() ? QString() : text(m_revealer->revealed.back()); }
     Q_INVOKABLE QString homePath() const { return text(m_home.path()); }
     Q_INVOKABLE bool exists(const QString &path) const { return fs::exists(at(path)); }
     Q_INVOKABLE bool isSymlink(const QString &path) const { return fs::is_symlink(at(path)); }
@@ -150,7 +126,8 @@ public:
 
     Q_INVOKABLE void setFigures(double capacity, double free, bool followHome = false)
     {
-        m_volumes->figures = platform::VolumeAttributes{static_cast<qint64>(capacity), static_cast<qint64>(free)};
+        m_volumes->capacity = static_cast<qint64>(capacity);
+        m_volumes->free = static_cast<qint64>(free);
         m_volumes->followedHome = followHome ? m_home.path() : fs::path();
         m_app->scanner()->refreshVolumeInfo();
     }
@@ -278,8 +255,8 @@ private:
 
     test::TempHome m_home;
     ScriptedMounts *m_mounts = nullptr;
-    ScriptedVolumes *m_volumes = nullptr;
-    RecordingRevealer *m_revealer = nullptr;
+    test::ScriptedVolumes *m_volumes = nullptr;
+    test::RecordingRevealer *m_revealer = nullptr;
     std::unique_ptr<platform::FreedesktopTrash> m_trash;
     std::unique_ptr<CleanupHistoryStore> m_history;
     std::unique_ptr<TessolyApp> m_app;

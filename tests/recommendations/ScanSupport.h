@@ -13,27 +13,6 @@
 
 namespace tessoly::test {
 
-// Volume figures a test sets; each reading adds `step` to the free space
-// (so a clean doesn't change them unless told to).
-class ScriptedVolumes final : public platform::VolumeInfo {
-public:
-    std::optional<qint64> capacity = 500'000'000'000; // none: the reading fails
-    mutable std::optional<qint64> free = 100'000'000'000;
-    qint64 step = 0;
-    std::optional<qint64> available, important; // the free space unless set
-    mutable int readings = 0;
-    std::optional<platform::VolumeAttributes> attributesOfFileSystem(const std::filesystem::path &) const override
-    {
-        ++readings;
-        const std::optional<qint64> now = free;
-        if (free)
-            *free += step;
-        if (!capacity)
-            return std::nullopt;
-        return platform::VolumeAttributes{capacity, now, available ? available : now, important ? important : now};
-    }
-};
-
 // A temporary home with the whole service graph on it: the Linux platform
 // with scripted volume figures, the log in the home, Smart Scan's result
 // pause shortened.

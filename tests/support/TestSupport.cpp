@@ -1,5 +1,7 @@
 #include "TestSupport.h"
 
+#include "platform/FileWalker.h"
+
 #include <QCryptographicHash>
 #include <QProcess>
 #include <algorithm>
@@ -14,6 +16,20 @@
 #include <vector>
 
 namespace tessoly::test {
+
+std::optional<platform::VolumeAttributes> ScriptedVolumes::attributesOfFileSystem(const std::filesystem::path &) const
+{
+    ++readings;
+    std::optional<qint64> now = free;
+    if (free)
+        *free += step;
+    if (!capacity)
+        return std::nullopt;
+    if (now && !followedHome.empty())
+        *now -= platform::walkTree(followedHome).allocatedBytes;
+    return platform::VolumeAttributes{capacity, now, available ? available : now, important ? important : now};
+}
+
 namespace fs = std::filesystem;
 
 TempHome::TempHome()

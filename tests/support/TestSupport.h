@@ -6,6 +6,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
+#include "platform/Revealer.h"
+#include "platform/VolumeInfo.h"
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -78,6 +80,28 @@ struct EnvOverride {
     EnvOverride &operator=(const EnvOverride &) = delete;
     const char *name;
     QByteArray old;
+};
+
+// Volume figures a test sets; each reading adds `step` to the free space
+// (so a clean doesn't change them unless told to). With a followed home, its
+// files take their room out of the free figures, as on a real disk: deleting
+// frees it, moving to the Trash doesn't.
+class ScriptedVolumes final : public platform::VolumeInfo {
+public:
+    std::optional<qint64> capacity = 500'000'000'000; // none: the reading fails
+    mutable std::optional<qint64> free = 100'000'000'000;
+    qint64 step = 0;
+    std::optional<qint64> available, important; // the free space unless set
+    std::filesystem::path followedHome;
+    mutable int readings = 0;
+    std::optional<platform::VolumeAttributes> attributesOfFileSystem(const std::filesystem::path &) const override;
+};
+
+// Remembers what it was asked to show.
+class RecordingRevealer final : public platform::Revealer {
+public:
+    std::vector<std::filesystem::path> revealed;
+    void reveal(const std::filesystem::path &item) override { revealed.push_back(item); }
 };
 
 // File helpers for building trees.
