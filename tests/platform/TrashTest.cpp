@@ -75,6 +75,13 @@ TEST_F(Trash, TrashCliRestoresWhatWeTrashedAndTwinsOddNamesAndLinksKeepWhatTheyA
     EXPECT_EQ(readFile(one.trashedPath) + readFile(two.trashedPath), "firstsecond");
     EXPECT_NE(infoFor(two.trashedPath).find("/b/notes.txt"), std::string::npos);
     EXPECT_TRUE(runProcess("trash-list", {}).out.contains(QByteArray::fromStdString((home.path() / "b/notes.txt").native())));
+    // A stray item in the Trash without a record is never replaced: the next one takes another name.
+    writeFile(home.trash() / "files/notes 3.txt", "stray");
+    writeFile(home.path() / "c/notes.txt", "third");
+    const auto three = trash.trashItem(home.path() / "c/notes.txt");
+    ASSERT_TRUE(three.ok());
+    EXPECT_EQ(readFile(home.trash() / "files/notes 3.txt"), "stray");
+    EXPECT_EQ(readFile(three.trashedPath), "third");
     // A name that isn't UTF-8 keeps its bytes; its record encodes them.
     const fs::path odd = home.path() / "odd\xff\xfe name.bin";
     writeFile(odd, "bytes");
